@@ -1,0 +1,49 @@
+#ifndef TOVI_STORAGE_H
+#define TOVI_STORAGE_H
+
+#include <cstdint>
+
+#include "TOVIStream.h"
+#include "TOVStStorageDirEntry.h"
+#include "TOVStStorageFileInfo.h"
+#include "TOVXDynamicArray.h"
+#include "TOVXFilePath.h"
+#include "TOVXString.h"
+
+// One storage of a compound file: the root of an opened file, or a sub-storage
+// reached by name. Each storage owns an image of its own.
+class TOVIStorage {
+public:
+    explicit TOVIStorage(const TOVXFilePath& path);
+    TOVIStorage();
+    // Copies are deep: the copy gets an image of its own, so each destructor frees only its own.
+    TOVIStorage(const TOVIStorage& other);
+    TOVIStorage& operator=(const TOVIStorage& other);
+    ~TOVIStorage();
+
+    TOVStStorageDirEntry getDirectoryEntry() { return directoryEntry; }
+    void setDirectoryEntry(const TOVStStorageDirEntry& entry) { directoryEntry = entry; }
+    TOVStStorageFileInfo* getStStorageFileInfo() { return stStorageFileInfo; }
+    void setStStorageFileInfo(TOVStStorageFileInfo* info);
+
+    int enumElements(TOVXDynamicArray<TOVStStorageDirEntry>& out);
+    int openStorage(const TOVXString& name, TOVIStorage** ppStorage);
+    int openStream(const TOVXString& name, TOVIStream** ppStream);
+
+private:
+    void getColleagueIndexArray(uint32_t index, TOVXDynamicArray<uint32_t>& indices);
+    bool searchStorage(const TOVXString& name, TOVStStorageDirEntry& entry, bool thisLevelOnly);
+    bool searchStream(const TOVXString& name, TOVStStorageDirEntry& entry, bool thisLevelOnly);
+    int getStreamFromFat(const TOVStStorageDirEntry& entry, TOVIStream** ppStream);
+    int getStreamFromMiniFat(const TOVStStorageDirEntry& entry, TOVIStream** ppStream);
+
+    TOVStStorageFileInfo* stStorageFileInfo;
+    TOVStStorageDirEntry directoryEntry;
+    TOVXDynamicArray<TOVStStorageDirEntry> elements;
+};
+
+// Opens the compound file at `path`: 0 with *ppStorage set to the root storage, which
+// the caller destroys with tovxDelete; -1 with *ppStorage null.
+int TOVStgOpenStorage(const TOVXFilePath& path, TOVIStorage** ppStorage);
+
+#endif
