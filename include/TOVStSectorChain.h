@@ -1,0 +1,21 @@
+#ifndef TOVST_SECTOR_CHAIN_H
+#define TOVST_SECTOR_CHAIN_H
+
+#include <cstdint>
+#include <vector>
+
+#include "TOVXDynamicArray.h"
+
+// The one way chains are followed through an allocation table (FAT or mini FAT).
+// A chain starts at `start` and ends at the first of:
+//  - a special sector value (FREESECT, ENDOFCHAIN, FATSECT, DIFSECT);
+//  - a sector whose own entry lies outside the table (it is still the chain's last sector);
+//  - a sector met before: a chain that loops back is cut where it would repeat;
+//  - `limit` sectors, the most that the file (or the mini stream) can hold.
+// The start sector itself is always part of the chain, whatever its value.
+class TOVStSectorChain {
+public:
+    static std::vector<uint32_t> follow(const TOVXDynamicArray<unsigned int>& table, uint32_t start, uint32_t limit);
+};
+
+#endif
