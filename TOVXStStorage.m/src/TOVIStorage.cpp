@@ -1,0 +1,264 @@
+#include "TOVIStorage.h"
+
+#include <algorithm>
+#include <cstring>
+#include <unordered_set>
+#include <vector>
+
+#include "TOVStSectorChain.h"
+#include "TOVStStorageConstants.h"
+#include "TOVXMemoryManager.h"
+
+namespace {
+
+// A sibling link ends its branch only at these two; FATSECT and DIFSECT are followed (and lead nowhere).
+bool endsSiblingBranch(uint32_t link) { return link == ENDOFCHAIN || link == FREESECT; }
+
+// Indices that, read as signed 32-bit values, are negative never name an entry.
+bool namesEntry(uint32_t index, uint32_t tableSize) { return static_cast<int32_t>(index) >= 0 && index < tableSize; }
+
+}  // namespace
+
+// ---- construction ---------------------------------------------------------------------
+
+TOVIStorage::TOVIStorage(const TOVXFilePath& path) : stStorageFileInfo(nullptr) {
+    stStorageFileInfo = tovxNew<TOVStStorageFileInfo>(path);
+    // A file that does not load leaves the invalid image in place and the default entry.
+    if (stStorageFileInfo != nullptr && stStorageFileInfo->checkValidity())
+        directoryEntry = stStorageFileInfo->getRootDirEntry();
+}
+
+TOVIStorage::TOVIStorage() : stStorageFileInfo(nullptr) {}
+
+TOVIStorage::TOVIStorage(const TOVIStorage& other)
+    : stStorageFileInfo(nullptr), directoryEntry(other.directoryEntry), elements(other.elements) {
+    if (other.stStorageFileInfo != nullptr) setStStorageFileInfo(other.stStorageFileInfo);
+}
+
+TOVIStorage& TOVIStorage::operator=(const TOVIStorage& other) {
+    if (&other == this) return *this;
+    if (other.stStorageFileInfo != nullptr) {
+        setStStorageFileInfo(other.stStorageFileInfo);
+    } else {
+        tovxDelete(stStorageFileInfo);
+        stStorageFileInfo = nullptr;
+    }
+    directoryEntry = other.directoryEntry;
+    elements = other.elements;
+    return *this;
+}
+
+TOVIStorage::~TOVIStorage() {
+    tovxDelete(stStorageFileInfo);
+    stStorageFileInfo = nullptr;
+}
+
+// An image held before is released: the storage owns exactly one image at a time.
+void TOVIStorage::setStStorageFileInfo(TOVStStorageFileInfo* info) {
+    TOVStStorageFileInfo* copy = info != nullptr ? tovxNew<TOVStStorageFileInfo>(*info) : nullptr;
+    tovxDelete(stStorageFileInfo);
+    stStorageFileInfo = copy;
+}
+
+int TOVStgOpenStorage(const TOVXFilePath& path, TOVIStorage** ppStorage) {
+    TOVIStorage* storage = tovxNew<TOVIStorage>(path);
+    if (storage != nullptr && storage->getStStorageFileInfo() != nullptr &&
+        storage->getStStorageFileInfo()->checkValidity()) {
+        *ppStorage = storage;
+        return 0;
+    }
+    tovxDelete(storage);
+    *ppStorage = nullptr;
+    return -1;
+}
+
+// ---- the tree -------------------------------------------------------------------------
+
+// Collects every index reachable from `index` through sibling links, each once. An explicit
+// stack replaces recursion, so a degenerate chain of siblings as long as the directory costs
+// no stack depth, and a node reached again is not walked again, so links that loop end.
+void TOVIStorage::getColleagueIndexArray(uint32_t index, TOVXDynamicArray<uint32_t>& indices) {
+    if (stStorageFileInfo == nullptr) return;
+    const TOVXDynamicArray<TOVStStorageDirEntry>& table = stStorageFileInfo->dirTable();
+    const uint32_t tableSize = static_cast<uint32_t>(table.Count());
+    std::unordered_set<uint32_t> seen(indices.begin(), indices.end());
+    std::vector<uint32_t> pending{index};
+    while (!pending.empty()) {
+        const uint32_t current = pending.back();
+        pending.pop_back();
+        if (!seen.insert(current).second) continue;
+        indices.Add(current);
+        if (current >= tableSize) continue;  // kept in the list; dropped when the list is read
+        const TOVStStorageDirEntry* entry = table.At(static_cast<int>(current));
+        // Pushed left first so that the right branch is taken first.
+        if (!endsSiblingBranch(entry->getLeftSib())) pending.push_back(entry->getLeftSib());
+        if (!endsSiblingBranch(entry->getRightSib())) pending.push_back(entry->getRightSib());
+    }
+}
+
+int TOVIStorage::enumElements(TOVXDynamicArray<TOVStStorageDirEntry>& out) {
+    // An empty cache counts as not yet built, so a storage without children walks again each time.
+    if (elements.Count() == 0) {
+        const uint32_t child = directoryEntry.getChild();
+        if (isSpecialSector(child)) return -1;
+        TOVXDynamicArray<uint32_t> indices;
+        getColleagueIndexArray(child, indices);
+        indices.Sort();
+        if (stStorageFileInfo != nullptr) {
+            const TOVXDynamicArray<TOVStStorageDirEntry>& table = stStorageFileInfo->dirTable();
+            const uint32_t tableSize = static_cast<uint32_t>(table.Count());
+            elements.Reserve(indices.Count());
+            for (const uint32_t index : indices)
+                if (namesEntry(index, tableSize)) elements.Add(*table.At(static_cast<int>(index)));
+        }
+    }
+    out = elements;
+    return out.Count() > 0 ? 0 : -1;
+}
+
+bool TOVIStorage::searchStorage(const TOVXString& name, TOVStStorageDirEntry& entry, bool thisLevelOnly) {
+    (void)thisLevelOnly;  // only this storage's own children are ever searched
+    TOVXDynamicArray<TOVStStorageDirEntry> children;
+    enumElements(children);
+    for (int i = 0; i < children.Count(); ++i) {
+        TOVStStorageDirEntry* child = children.At(i);
+        if (!child->isStorage()) continue;
+        if (name.compareTo(child->getName()) == 0) {
+            entry = *child;
+            return true;
+        }
+    }
+    return false;
+}
+
+bool TOVIStorage::searchStream(const TOVXString& name, TOVStStorageDirEntry& entry, bool thisLevelOnly) {
+    (void)thisLevelOnly;
+    TOVXDynamicArray<TOVStStorageDirEntry> children;
+    enumElements(children);
+    for (int i = 0; i < children.Count(); ++i) {
+        TOVStStorageDirEntry* child = children.At(i);
+        if (name.compareTo(child->getName()) == 0 && child->isStream()) {
+            entry = *child;
+            return true;
+        }
+    }
+    return false;
+}
+
+int TOVIStorage::openStorage(const TOVXString& name, TOVIStorage** ppStorage) {
+    TOVStStorageDirEntry entry;
+    if (!searchStorage(name, entry, true) || !entry.isValid() || !entry.isStorage()) {
+        *ppStorage = nullptr;
+        return -1;
+    }
+    TOVIStorage* storage = tovxNew<TOVIStorage>();
+    *ppStorage = storage;
+    if (storage == nullptr) return -1;
+    storage->setDirectoryEntry(entry);
+    storage->setStStorageFileInfo(stStorageFileInfo);
+    return 0;
+}
+
+// ---- streams --------------------------------------------------------------------------
+
+int TOVIStorage::openStream(const TOVXString& name, TOVIStream** ppStream) {
+    if (stStorageFileInfo == nullptr) return -1;
+    const TOVStStorageHeader header = stStorageFileInfo->getHeader();
+    TOVStStorageDirEntry entry;
+    if (!searchStream(name, entry, true) || !entry.isValid() || !entry.isStream()) {
+        *ppStream = nullptr;
+        return -1;
+    }
+    if (entry.getSize() == 0) return -1;  // an empty stream cannot be opened; *ppStream is left alone
+    // A stream of exactly the cutoff's size lies in regular sectors.
+    if (entry.getSize() < header.miniStreamCutoff) return getStreamFromMiniFat(entry, ppStream);
+    return getStreamFromFat(entry, ppStream);
+}
+
+// Reads the stream's sectors from the file, each run of adjacent sectors in one read. A chain
+// that loops, leaves the table or outlasts the file ends there (see TOVStSectorChain); a start
+// sector that is itself a special value gives no bytes.
+int TOVIStorage::getStreamFromFat(const TOVStStorageDirEntry& entry, TOVIStream** ppStream) {
+    if (stStorageFileInfo == nullptr || ppStream == nullptr) return -1;
+    FILE* file = stStorageFileInfo->GetFilePath().OpenFile("rb");
+    if (file == nullptr) return -1;
+    const uint32_t size = entry.getSize();
+    const uint32_t sectorSize = stStorageFileInfo->sectorSize();
+    const uint32_t fileSectors = stStorageFileInfo->fileSectorCount();
+    std::vector<uint32_t> chain;
+    if (!isSpecialSector(entry.getStartSect()))
+        chain = TOVStSectorChain::follow(stStorageFileInfo->fatTable(), entry.getStartSect(), fileSectors > 0 ? fileSectors : 1);
+    const uint64_t reachable = static_cast<uint64_t>(chain.size()) * sectorSize;
+    TOVIStream* stream = tovxNew<TOVIStream>(static_cast<uint32_t>(std::min<uint64_t>(size, reachable)));
+    *ppStream = stream;
+    if (stream == nullptr) {
+        std::fclose(file);
+        return -1;
+    }
+    std::vector<unsigned char> buffer;
+    uint32_t total = 0;
+    size_t i = 0;
+    while (i < chain.size() && total < size) {
+        // Gather a run of sectors that lie one behind the other in the file.
+        const uint32_t position = stStorageFileInfo->getEquivalentFatBytePos(chain[i]);
+        uint64_t runBytes = sectorSize;
+        size_t next = i + 1;
+        while (next < chain.size() && runBytes < size - total &&
+               stStorageFileInfo->getEquivalentFatBytePos(chain[next]) == position + runBytes) {
+            runBytes += sectorSize;
+            ++next;
+        }
+        const uint32_t count = static_cast<uint32_t>(std::min<uint64_t>(runBytes, size - total));
+        buffer.resize(count);
+        seekFile(file, position);
+        readFileBytes(file, static_cast<int>(count), buffer.data());
+        uint32_t written = 0;
+        stream->Write(buffer.data(), count, &written);
+        total += written;
+        i = next;
+    }
+    stream->setDirEntry(entry);
+    std::fclose(file);
+    return 0;
+}
+
+// Copies the stream's mini sectors out of the mini stream held in memory. Bytes of a mini
+// sector that lie past the mini stream's end read as zeros, as a file read past its end does.
+int TOVIStorage::getStreamFromMiniFat(const TOVStStorageDirEntry& entry, TOVIStream** ppStream) {
+    if (stStorageFileInfo == nullptr || ppStream == nullptr) return -1;
+    const uint32_t size = entry.getSize();
+    const TOVXDynamicArray<unsigned int>& miniFat = stStorageFileInfo->miniFatTable();
+    const TOVXDynamicArray<unsigned char>& miniStream = stStorageFileInfo->miniStreamBytes();
+    const uint32_t miniFatCount = static_cast<uint32_t>(miniFat.Count());
+    const uint32_t miniStreamLength = static_cast<uint32_t>(miniStream.Count());
+    const uint32_t miniSectorSize = stStorageFileInfo->getEquivalentMiniFatBytePos(1) - stStorageFileInfo->getEquivalentMiniFatBytePos(0);
+    // A chain that loops repeats until the size is used up, but never visits more mini
+    // sectors than the mini stream holds.
+    const uint32_t visitLimit = miniSectorSize == 0 ? 1 : miniStreamLength / miniSectorSize + 1;
+    TOVIStream* stream = tovxNew<TOVIStream>(std::min(size, visitLimit * std::max<uint32_t>(miniSectorSize, 1)));
+    *ppStream = stream;
+    if (stream == nullptr) return -1;
+    if (isSpecialSector(entry.getStartSect()) || miniSectorSize == 0) {
+        stream->setDirEntry(entry);
+        return 0;
+    }
+    std::vector<unsigned char> buffer(miniSectorSize);
+    uint32_t total = 0;
+    uint32_t current = entry.getStartSect();
+    for (uint32_t visits = 0; visits < visitLimit; ++visits) {
+        const uint32_t next = current < miniFatCount ? *miniFat.At(static_cast<int>(current)) : ENDOFCHAIN;
+        const uint32_t count = std::min(miniSectorSize, size - total);
+        if (count == 0) return -1;  // the chain outlasts the size: the partial stream stays with the caller
+        const uint32_t position = stStorageFileInfo->getEquivalentMiniFatBytePos(current);
+        const uint32_t present = position < miniStreamLength ? std::min(count, miniStreamLength - position) : 0;
+        std::memset(buffer.data(), 0, count);
+        if (present > 0) std::memcpy(buffer.data(), miniStream.First() + position, present);
+        uint32_t written = 0;
+        stream->Write(buffer.data(), count, &written);
+        total += written;
+        if (isSpecialSector(next)) break;
+        current = next;
+    }
+    stream->setDirEntry(entry);
+    return 0;
+}
