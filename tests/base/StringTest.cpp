@@ -1,5 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <string>
+#include <vector>
+
 #include "TOVXString.h"
 
 TEST(String, DecodesUtf8AndFallsBackToWindows1252) {
@@ -10,4 +13,123 @@ TEST(String, DecodesUtf8AndFallsBackToWindows1252) {
     EXPECT_EQ(latin.At(2), 0xF6);
     EXPECT_EQ(latin.At(5), 0x20AC);  // the euro sign of Windows-1252
     EXPECT_TRUE(TOVXString("abc", "US-ASCII").equals(TOVXString("abc", nullptr)));
+}
+
+namespace {
+
+TOVXString text(const char* ascii) { return TOVXString(ascii, "US-ASCII"); }
+
+}  // namespace
+
+TEST(String, EmptyFormsAreTheSameEmptyText) {
+    const unsigned short emptyWide[] = {0};
+    const TOVXString forms[] = {
+        TOVXString(),
+        TOVXString(emptyWide),
+        TOVXString(static_cast<const unsigned short*>(nullptr)),
+        TOVXString(static_cast<const char*>(nullptr), nullptr),
+        TOVXString("", "US-ASCII"),
+    };
+    for (const TOVXString& form : forms) {
+        EXPECT_EQ(form.length(), 0);
+        EXPECT_TRUE(form.equals(TOVXString()));
+        EXPECT_EQ(form.compareTo(TOVXString()), 0);
+        EXPECT_EQ(form.getConvertToWideCharacterSize(), 1);
+    }
+}
+
+TEST(String, WideTextEndsAtTheFirstZeroUnit) {
+    const unsigned short wide[] = {'a', 0x0416, 0, 'b', 0};
+    const TOVXString s(wide);
+    ASSERT_EQ(s.length(), 2);
+    EXPECT_EQ(s.At(1), 0x0416);  // units above 0xFF are kept whole
+    const TOVXString unit(static_cast<unsigned short>(5));
+    ASSERT_EQ(unit.length(), 1);
+    EXPECT_EQ(unit.At(0), 5);
+}
+
+TEST(String, EqualsAndCompareToAreExact) {
+    struct Case {
+        const char* a;
+        const char* b;
+        bool same;
+    };
+    const Case cases[] = {
+        {"Root Entry", "Root Entry", true},
+        {"Root Entry", "root entry", false},  // names are matched as stored
+        {"abc", "abcd", false},
+        {"abcd", "abc", false},
+        {"", "a", false},
+        {"", "", true},
+    };
+    for (const Case& c : cases) {
+        EXPECT_EQ(text(c.a).equals(text(c.b)), c.same) << c.a << " / " << c.b;
+        EXPECT_EQ(text(c.a).compareTo(text(c.b)) == 0, c.same) << c.a << " / " << c.b;
+    }
+}
+
+TEST(String, StartsWith) {
+    const TOVXString propertySetName = TOVXString(static_cast<unsigned short>(5)) += text("SummaryInformation");
+    EXPECT_TRUE(propertySetName.startsWith(TOVXString(static_cast<unsigned short>(5))));
+    EXPECT_FALSE(text("SummaryInformation").startsWith(TOVXString(static_cast<unsigned short>(5))));
+    EXPECT_TRUE(text("abc").startsWith(TOVXString()));
+    EXPECT_TRUE(text("abc").startsWith(text("abc")));
+    EXPECT_FALSE(text("ab").startsWith(text("abc")));
+    EXPECT_FALSE(TOVXString().startsWith(text("a")));
+}
+
+TEST(String, ReplaceLeavesTheReceiverAlone) {
+    const TOVXString number = text("1,5,,7");
+    const TOVXString replaced = number.replace(44, 46);
+    EXPECT_TRUE(replaced.equals(text("1.5..7")));
+    EXPECT_TRUE(number.equals(text("1,5,,7")));
+    EXPECT_TRUE(text("none").replace(44, 46).equals(text("none")));
+}
+
+TEST(String, PlusEqualsChangesTheReceiver) {
+    TOVXString s = text("Doc");
+    const TOVXString returned = s += text("ument");
+    EXPECT_TRUE(s.equals(text("Document")));
+    EXPECT_TRUE(returned.equals(s));
+    s += TOVXString();
+    EXPECT_TRUE(s.equals(text("Document")));
+    TOVXString self = text("ab");
+    self += self;
+    EXPECT_TRUE(self.equals(text("abab")));
+}
+
+TEST(String, WideConversionNeverWritesBeyondTheGivenSize) {
+    const TOVXString s = text("abcdef");
+    ASSERT_EQ(s.getConvertToWideCharacterSize(), 7);
+
+    struct Case {
+        int size;
+        int written;  // units of text before the terminating zero
+    };
+    for (const Case c : {Case{7, 6}, Case{10, 6}, Case{4, 3}, Case{1, 0}}) {
+        std::vector<unsigned short> buffer(12, 0xEEEE);
+        s.convertToWideCharacter(buffer.data(), c.size);
+        for (int i = 0; i < c.written; ++i) EXPECT_EQ(buffer[i], "abcdef"[i]) << c.size;
+        EXPECT_EQ(buffer[c.written], 0) << c.size;
+        for (size_t i = static_cast<size_t>(c.size); i < buffer.size(); ++i) EXPECT_EQ(buffer[i], 0xEEEE) << c.size;
+    }
+}
+
+TEST(String, LongPathIntoAFixedBuffer) {
+    const TOVXString path = TOVXString::FromUtf8("/" + std::string(6000, 'x'));
+    std::vector<unsigned short> buffer(5001, 0xEEEE);
+    path.convertToWideCharacter(buffer.data(), 5000);
+    EXPECT_EQ(buffer[4999], 0);
+    EXPECT_EQ(buffer[5000], 0xEEEE);
+}
+
+TEST(String, WideCopyRoundTrip) {
+    const unsigned short units[] = {'P', 0x00E9, 0x4E2D, 0};
+    const TOVXString s(units);
+    unsigned short* wide = nullptr;
+    ASSERT_TRUE(TOVXStringToWideChars(s, wide).IsSuccess());
+    ASSERT_NE(wide, nullptr);
+    EXPECT_TRUE(TOVXString(wide).equals(s));
+    EXPECT_EQ(wide[3], 0);
+    TOVXReleaseWideChars(wide);
 }
