@@ -1,0 +1,181 @@
+#include <unistd.h>
+
+#include <algorithm>
+#include <cctype>
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <set>
+#include <system_error>
+
+#include "StstgCommands.h"
+#include "StstgCommon.h"
+#include "StstgText.h"
+#include "StstgWalk.h"
+
+namespace fs = std::filesystem;
+
+namespace ststg {
+
+namespace {
+
+// Progress is shown for files from this size on, and only to a terminal.
+constexpr uintmax_t kProgressFromBytes = 8u << 20;
+
+std::string shownPath(const std::vector<TOVXString>& path) {
+    std::string out;
+    for (const TOVXString& name : path) out += "/" + displayName(name);
+    return out.empty() ? "/" : out;
+}
+
+// The file names given out in one folder. Names are compared without case, so that
+// the result also unpacks on a file system that ignores case.
+class FolderNames {
+public:
+    std::string claim(const std::string& wanted) {
+        std::string name = wanted;
+        for (int copy = 2; !used_.insert(folded(name)).second; ++copy) name = wanted + "~" + std::to_string(copy);
+        return name;
+    }
+
+private:
+    static std::string folded(std::string text) {
+        std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) { return std::tolower(c); });
+        return text;
+    }
+    std::set<std::string> used_;
+};
+
+struct Folder {
+    fs::path path;
+    FolderNames names;
+    bool usable = true;  // false when the folder could not be made: what belongs in it is skipped
+};
+
+class Extractor {
+public:
+    Extractor(const std::string& file, const fs::path& target, const Console& console, bool showProgress)
+        : file_(file), console_(console), showProgress_(showProgress) {
+        folders_.push_back(Folder{target, FolderNames(), true});
+    }
+
+    void visit(const WalkItem& item) {
+        if (item.path.empty()) return;  // the root is the target folder itself
+        folders_.resize(item.path.size());  // leave the folders of storages already done
+        TOVStStorageDirEntry entry = item.entry;
+        Folder& parent = folders_.back();
+        if (!parent.usable) {
+            if (entry.isStorage()) folders_.push_back(Folder{fs::path(), FolderNames(), false});
+            return;
+        }
+        if (entry.isStorage()) addFolder(item, parent);
+        else if (entry.isStream()) addFile(item, parent);
+        else warn(item, "neither storage nor stream, skipped");
+    }
+
+    void finish() {
+        if (showProgress_ && streamsWritten_ > 0) std::fputc('\n', console_.err);
+    }
+
+    bool failed() const { return failed_; }
+
+private:
+    void addFolder(const WalkItem& item, Folder& parent) {
+        const fs::path path = parent.path / parent.names.claim(safeFileName(item.path.back()));
+        std::error_code error;
+        fs::create_directory(path, error);
+        if (error) {
+            writeFailure(path, error.message());
+            folders_.push_back(Folder{path, FolderNames(), false});
+            return;
+        }
+        if (item.descent == Descent::Refused) warn(item, "storage cannot be opened; its contents are not extracted");
+        if (item.descent == Descent::AlreadyListed) warn(item, "leads to a storage extracted already; left empty");
+        folders_.push_back(Folder{path, FolderNames(), true});
+    }
+
+    void addFile(const WalkItem& item, Folder& parent) {
+        const fs::path path = parent.path / parent.names.claim(safeFileName(item.path.back()));
+        if (item.shadowed) {
+            warn(item, "an earlier stream of the same name hides it; not extracted");
+            return;
+        }
+        TOVStStorageDirEntry entry = item.entry;
+        std::vector<unsigned char> bytes;
+        if (!readStream(*item.parent, entry.getName(), bytes)) {
+            warn(item, "cannot be read; not extracted");
+            return;
+        }
+        if (bytes.size() < entry.getSize())
+            warn(item, "the file holds only " + std::to_string(bytes.size()) + " of " + std::to_string(entry.getSize()) + " bytes");
+        FILE* out = std::fopen(path.c_str(), "wb");
+        if (out == nullptr) {
+            writeFailure(path, std::strerror(errno));
+            return;
+        }
+        const bool written = writeAll(out, bytes);
+        if (std::fclose(out) != 0 || !written) writeFailure(path, "write failed");
+        ++streamsWritten_;
+        bytesWritten_ += bytes.size();
+        reportProgress();
+    }
+
+    void reportProgress() {
+        if (!showProgress_) return;
+        std::fprintf(console_.err, "\rststg: %s: %zu streams, %.1f MiB written", file_.c_str(), streamsWritten_,
+                     static_cast<double>(bytesWritten_) / (1 << 20));
+        std::fflush(console_.err);
+    }
+
+    void warn(const WalkItem& item, const std::string& message) {
+        if (showProgress_ && streamsWritten_ > 0) std::fputc('\n', console_.err);
+        console_.fail(file_, shownPath(item.path) + ": " + message);
+    }
+
+    void writeFailure(const fs::path& path, const std::string& message) {
+        console_.fail(path.string(), message);
+        failed_ = true;
+    }
+
+    std::string file_;
+    const Console& console_;
+    bool showProgress_;
+    std::vector<Folder> folders_;  // folders_[d] holds the entries at depth d + 1
+    size_t streamsWritten_ = 0;
+    uintmax_t bytesWritten_ = 0;
+    bool failed_ = false;
+};
+
+bool wantsProgress(const std::string& file, const Console& console) {
+    std::error_code error;
+    const uintmax_t size = fs::file_size(file, error);
+    return !error && size >= kProgressFromBytes && ::isatty(::fileno(console.err)) == 1;
+}
+
+}  // namespace
+
+int extractCommand(const std::vector<std::string>& arguments, const Console& console) {
+    std::vector<std::string> operands;
+    for (const std::string& argument : arguments) {
+        if (argument.size() > 1 && argument[0] == '-') return usageError(console, "extract", "unknown option '" + argument + "'");
+        operands.push_back(argument);
+    }
+    if (operands.size() != 2) return usageError(console, "extract", operands.size() < 2 ? "missing FILE or DIR" : "too many arguments");
+    const std::string& file = operands[0];
+    StoragePtr root = openCompoundFile(file, console);
+    if (root == nullptr) return kExitFailure;
+
+    const fs::path target(operands[1]);
+    std::error_code error;
+    fs::create_directories(target, error);
+    if (error || !fs::is_directory(target)) {
+        console.fail(operands[1], error ? error.message() : "not a directory");
+        return kExitFailure;
+    }
+    Extractor extractor(file, target, console, wantsProgress(file, console));
+    StorageWalker().walk(*root, [&](const WalkItem& item) { extractor.visit(item); });
+    extractor.finish();
+    return extractor.failed() ? kExitFailure : kExitOk;
+}
+
+}  // namespace ststg

@@ -1,0 +1,89 @@
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "StstgCommands.h"
+#include "StstgCommon.h"
+#include "TOVStStorageConstants.h"
+
+namespace ststg {
+
+namespace {
+
+const unsigned char kSignature[8] = {0xD0, 0xCF, 0x11, 0xE0, 0xA1, 0xB1, 0x1A, 0xE1};
+
+// Why a file that can be read was still refused: the signature tells a foreign file
+// from a compound file whose header the library does not accept.
+std::string refusalReason(const std::string& path) {
+    FILE* file = std::fopen(path.c_str(), "rb");
+    if (file == nullptr) return std::strerror(errno);
+    unsigned char head[sizeof kSignature] = {};
+    const size_t got = std::fread(head, 1, sizeof head, file);
+    std::fclose(file);
+    if (got == sizeof head && std::memcmp(head, kSignature, sizeof head) == 0)
+        return "compound file not accepted: damaged header or a layout this library does not read";
+    return "not a compound file";
+}
+
+}  // namespace
+
+void Console::fail(const std::string& file, const std::string& message) const {
+    std::fprintf(err, "ststg: %s: %s\n", file.c_str(), message.c_str());
+}
+
+void Console::fail(const std::string& message) const { std::fprintf(err, "ststg: %s\n", message.c_str()); }
+
+StoragePtr openCompoundFile(const std::string& path, const Console& console) {
+    struct stat info;
+    if (::stat(path.c_str(), &info) != 0) {
+        console.fail(path, std::strerror(errno));
+        return nullptr;
+    }
+    if (S_ISDIR(info.st_mode)) {
+        console.fail(path, "is a directory");
+        return nullptr;
+    }
+    TOVIStorage* storage = nullptr;
+    if (TOVStgOpenStorage(TOVXFilePath(path), &storage) != 0 || storage == nullptr) {
+        console.fail(path, refusalReason(path));
+        return nullptr;
+    }
+    return StoragePtr(storage);
+}
+
+bool readStream(TOVIStorage& storage, const TOVXString& name, std::vector<unsigned char>& bytes) {
+    bytes.clear();
+    TOVIStream* raw = nullptr;
+    const int result = storage.openStream(name, &raw);
+    StreamPtr stream(raw);  // a failed open may still hand over a stream; it is ours to free
+    if (stream != nullptr) {
+        // A result of -1 with a stream means the mini chain ran on past the size: the
+        // bytes are all there, only the stream's entry was not filled in.
+        bytes.assign(stream->data(), stream->data() + stream->length());
+        return true;
+    }
+    if (result == 0) return true;
+    // No stream came back: either there is none of that name, or it is empty, which
+    // openStream cannot open. The child list tells the two apart.
+    TOVXDynamicArray<TOVStStorageDirEntry> children;
+    storage.enumElements(children);
+    for (int i = 0; i < children.Count(); ++i) {
+        TOVStStorageDirEntry entry = *children.At(i);
+        if (entry.isStream() && entry.getName().equals(name)) return entry.getSize() == 0;
+    }
+    return false;
+}
+
+bool writeAll(FILE* file, const std::vector<unsigned char>& bytes) {
+    if (bytes.empty()) return true;
+    return std::fwrite(bytes.data(), 1, bytes.size(), file) == bytes.size();
+}
+
+int usageError(const Console& console, const std::string& command, const std::string& message) {
+    const std::string help = command.empty() ? "ststg --help" : "ststg " + command + " --help";
+    std::fprintf(console.err, "ststg: %s\nTry '%s' for more information.\n", message.c_str(), help.c_str());
+    return kExitUsage;
+}
+
+}  // namespace ststg

@@ -1,0 +1,39 @@
+#ifndef STSTG_TEXT_H
+#define STSTG_TEXT_H
+
+#include <string>
+
+#include "TOVXString.h"
+
+// Text conversions of the ststg tool: JSON strings, names as the text output shows
+// them, names given on the command line, and names made safe for the file system.
+namespace ststg {
+
+// A JSON string literal, quotes included. Control characters come out as \u00XX.
+// Bytes that are not valid UTF-8 are taken as Latin-1, so any input gives valid JSON.
+std::string jsonString(const std::string& utf8);
+
+// A name as the text output prints it: UTF-8, with control characters as \xHH and a
+// backslash doubled, so that the printed form can be handed back to `cat` as it is.
+// The empty name prints as "".
+std::string displayName(const TOVXString& name);
+
+// Decodes a name given on the command line: UTF-8 with the escapes \xHH (two hex
+// digits), \NNN (one to three octal digits, at most \377) and \\. False, with `error`
+// set, for an unknown escape, a code above 0xFF or bytes that are not UTF-8.
+bool parseNameArgument(const std::string& argument, TOVXString& name, std::string& error);
+
+// A file name that stays inside its folder whatever the stored name is. Control
+// characters, the characters that some file system takes as structure or refuses
+// (/ \ : * ? " < > |) and '%' itself become %XX; "." and ".." become %2E and %2E%2E;
+// the empty name becomes "%empty". Every result decodes back to its name: each '%'
+// starts either two hex digits or "empty".
+std::string safeFileName(const TOVXString& name);
+
+// The word for an entry type: root, storage, stream, lockbytes, property, invalid, or
+// "type N" for a value outside the known set.
+std::string kindName(int type);
+
+}  // namespace ststg
+
+#endif
