@@ -189,12 +189,12 @@ uint32_t TOVStStorageFileInfo::readWord(const unsigned char* bytes) const {
 // Reads one whole sector of table words and appends them; what the file lacks reads as zeros.
 void TOVStStorageFileInfo::appendTableSector(FILE* stream, uint32_t sector, TOVXDynamicArray<unsigned int>& table) {
     const uint32_t size = sectorSize();
-    std::vector<unsigned char> bytes(size);
+    unsigned char bytes[4096];
+    unsigned int words[1024];
     seekFile(stream, getEquivalentFatBytePos(sector));
-    readFileBytes(stream, static_cast<int>(size), bytes.data());
-    std::vector<unsigned int> words(size / 4);
+    readFileBytes(stream, static_cast<int>(size), bytes);
     for (uint32_t i = 0; i < size / 4; ++i) words[i] = readWord(&bytes[i * 4]);
-    table.AddRun(words.data(), static_cast<int>(words.size()));
+    table.AddRun(words, static_cast<int>(size / 4));
 }
 
 // ---- allocation tables ----------------------------------------------------------------
@@ -228,23 +228,22 @@ void TOVStStorageFileInfo::readDifSector(FILE* stream) {
 void TOVStStorageFileInfo::readFatSector(FILE* stream) {
     const uint32_t entries = sectorSize() / 4;
     const uint32_t headerEntries = (entries * 4 - kHeaderFatOffset) / 4;
+    const auto listed = [](uint32_t sector) { return sector != ENDOFCHAIN && sector != FREESECT; };
     // Skipped entries leave no gap: FAT sectors are appended in the order listed. A zero word
     // is sector 0, so a header padded with zeros lists sector 0 again for each such word.
-    if (header.headerFatSectors != nullptr) {
-        for (uint32_t i = 0; i < headerEntries; ++i) {
-            const uint32_t sector = header.headerFatSectors[i];
-            if (sector == ENDOFCHAIN || sector == FREESECT) continue;
-            appendTableSector(stream, sector, fatSectors);
-        }
-    }
+    std::vector<uint32_t> order;
+    if (header.headerFatSectors != nullptr)
+        for (uint32_t i = 0; i < headerEntries; ++i)
+            if (listed(header.headerFatSectors[i])) order.push_back(header.headerFatSectors[i]);
     // A file cannot hold more FAT sectors than sectors: DIFAT-listed ones beyond that are not read.
     uint32_t budget = fileSectors;
     for (const unsigned int sector : difSectors) {
-        if (sector == ENDOFCHAIN || sector == FREESECT) continue;
-        if (budget == 0) break;
-        --budget;
-        appendTableSector(stream, sector, fatSectors);
+        if (!listed(sector)) continue;
+        if (budget-- == 0) break;
+        order.push_back(sector);
     }
+    fatSectors.Reserve(static_cast<int>(order.size() * entries));
+    for (const uint32_t sector : order) appendTableSector(stream, sector, fatSectors);
 }
 
 void TOVStStorageFileInfo::readMiniFatSector(FILE* stream) {
