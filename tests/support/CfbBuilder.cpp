@@ -175,7 +175,7 @@ uint32_t CfbBuilder::linkSiblings(std::vector<int>& sorted, size_t first, size_t
 CfbImage CfbBuilder::layout() const {
     CfbImage image;
     CfbHeader& h = image.header;
-    h.sectorShift = sectorShift_;
+    h.sectorShift = image.sectorShift = sectorShift_;
     h.majorVersion = sectorShift_ == 12 ? 4 : 3;
     h.miniStreamCutoff = cutoff_;
     const uint32_t size = image.sectorSize();

@@ -71,6 +71,7 @@ struct CfbEntry {
 struct CfbImage {
     CfbHeader header;
     bool bigEndian = false;  // every multi-byte field written most significant byte first
+    uint16_t sectorShift = 9;  // the layout's sector size; header.sectorShift may be set to anything
 
     // `sectors[n]` holds the bytes of sector n (short ones are padded with zeros). The
     // tables below are written over the sectors that carry them.
@@ -86,7 +87,7 @@ struct CfbImage {
     std::vector<uint32_t> miniFatSectorIds;
     std::vector<uint32_t> directorySectorIds;
 
-    uint32_t sectorSize() const { return 1u << header.sectorShift; }
+    uint32_t sectorSize() const { return 1u << sectorShift; }
     uint32_t wordsPerSector() const { return sectorSize() / 4; }
     size_t sectorOffset(uint32_t sector) const { return (static_cast<size_t>(sector) + 1) * sectorSize(); }
 

@@ -1,0 +1,45 @@
+#ifndef TOVX_IMAGE_TEST_SUPPORT_H
+#define TOVX_IMAGE_TEST_SUPPORT_H
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <vector>
+
+#include "CfbBuilder.h"
+#include "TOVStStorageFileInfo.h"
+#include "TestFiles.h"
+
+namespace imagetest {
+
+// Loads `bytes` as a file; the image keeps nothing of the file once built.
+inline TOVStStorageFileInfo loadImage(const std::vector<uint8_t>& bytes) {
+    const tovxtest::ScratchFile file(bytes);
+    return TOVStStorageFileInfo(TOVXFilePath(file.path()));
+}
+
+inline std::vector<unsigned int> tableOf(const TOVXDynamicArray<unsigned int>& table) {
+    return std::vector<unsigned int>(table.begin(), table.end());
+}
+
+inline std::vector<uint8_t> bytesOf(const TOVXDynamicArray<unsigned char>& array) {
+    return std::vector<uint8_t>(array.begin(), array.end());
+}
+
+// No table of an image may grow past what the file's size allows: every walk is
+// bounded by the sectors behind the header (the header's own FAT list aside).
+inline void expectTablesBoundedByFileSize(const TOVStStorageFileInfo& image, size_t fileBytes, uint32_t sectorSize) {
+    const uint64_t sectors = std::max<uint64_t>(1, (fileBytes + sectorSize - 1) / sectorSize);
+    const uint64_t words = sectorSize / 4;
+    const uint64_t headerList = (sectorSize - 76) / 4;
+    EXPECT_LE(static_cast<uint64_t>(image.difTable().Count()), sectors * words);
+    EXPECT_LE(static_cast<uint64_t>(image.fatTable().Count()), (headerList + sectors) * words);
+    EXPECT_LE(static_cast<uint64_t>(image.miniFatTable().Count()), sectors * words);
+    EXPECT_LE(static_cast<uint64_t>(image.dirTable().Count()), sectors * (sectorSize / 128));
+    EXPECT_LE(static_cast<uint64_t>(image.miniStreamBytes().Count()), static_cast<uint64_t>(fileBytes));
+}
+
+}  // namespace imagetest
+
+#endif
