@@ -53,6 +53,8 @@ private:
     bool readValueText(uint32_t typeCode, Cursor& value, uint32_t id, TOVXString& text, ValueType& type);
     void readDictionary(Cursor& cursor);
     void readSectionProperties(Cursor& cursor, const unsigned char* sectionStart, uint32_t count);
+    int32_t declaredCodePage(Cursor table, const unsigned char* sectionStart, uint32_t count);
+    uint16_t textCodePage() const;
     void AddOrUpdateProperty(TOVXProperty* property);
     void ReadExtendedSection();
     void MergeDisplayNames();
@@ -92,6 +94,9 @@ private:
     uint32_t localeId;
     // Position in `properties` of each id, so that a long table costs linear time.
     TOVXHashTable<uint32_t, int> propertyPositions;
+    // The code page that the section being read declares, wherever its entry stands in the
+    // table; -1 when it declares none. Narrow text is decoded under it.
+    int32_t sectionCodePage;
 };
 
 #endif

@@ -75,7 +75,8 @@ TOVIPropertyStorage::TOVIPropertyStorage()
       displayNames(12),
       codePage(0),
       localeId(0),
-      propertyPositions(12) {}
+      propertyPositions(12),
+      sectionCodePage(-1) {}
 
 TOVIPropertyStorage::~TOVIPropertyStorage() {
     buffer = nullptr;
@@ -124,6 +125,7 @@ void TOVIPropertyStorage::ReadExtendedSection() {
 }
 
 void TOVIPropertyStorage::readSectionProperties(Cursor& cursor, const unsigned char* sectionStart, uint32_t count) {
+    sectionCodePage = declaredCodePage(cursor, sectionStart, count);
     for (uint32_t i = 0; i < count; ++i) {
         const Cursor before = cursor;
         AddOrUpdateProperty(ReadPropertyFromSection(cursor, sectionStart));
@@ -131,6 +133,23 @@ void TOVIPropertyStorage::readSectionProperties(Cursor& cursor, const unsigned c
         // round would read the same nothing again: a count larger than the stream ends here.
         if (cursor == before) break;
     }
+}
+
+// Producers put the code page anywhere in the table, also behind the strings it decodes.
+int32_t TOVIPropertyStorage::declaredCodePage(Cursor table, const unsigned char* sectionStart, uint32_t count) {
+    int32_t declared = -1;
+    for (uint32_t i = 0; i < count; ++i) {
+        const Cursor before = table;
+        const uint32_t id = ReadUnsignedInt(table);
+        Cursor value = at(sectionStart, ReadUnsignedInt(table));
+        if (table == before) break;
+        if (id == kCodePageId && ReadUnsignedInt(value) == kI2) declared = ReadUnsignedShort(value);  // the last one stands
+    }
+    return declared;
+}
+
+uint16_t TOVIPropertyStorage::textCodePage() const {
+    return sectionCodePage >= 0 ? static_cast<uint16_t>(sectionCodePage) : codePage;
 }
 
 // ---- Readers ----------------------------------------------------------------------------
@@ -198,12 +217,12 @@ void TOVIPropertyStorage::ReadCLSID(Cursor& cursor, unsigned char* id) {
 
 // ---- Strings ----------------------------------------------------------------------------
 
-// Narrow text in the set's code page where the library has a table for it (Mac Roman and
-// the other single-byte pages); otherwise through TOVXString's own narrow decoding, which
+// Narrow text in its section's code page where the library has a table for it (Mac Roman
+// and the other single-byte pages); otherwise through TOVXString's own narrow decoding, which
 // reads UTF-8 (code page 65001) and Windows-1252.
 TOVXString TOVIPropertyStorage::decodeNarrow(const unsigned char* bytes, uint32_t count) const {
     TOVXString text;
-    if (TOVXCodePage::Decode(bytes, static_cast<int>(count), codePage, text)) return text;
+    if (TOVXCodePage::Decode(bytes, static_cast<int>(count), textCodePage(), text)) return text;
     return TOVXString(reinterpret_cast<const char*>(bytes), nullptr);
 }
 
@@ -296,8 +315,8 @@ bool TOVIPropertyStorage::readValueText(uint32_t typeCode, Cursor& value, uint32
         type = ValueTypeText;
         return true;
     case kBstr:
-        // The characters are in the set's code page behind a byte count: wide under 1200, narrow otherwise.
-        text = codePage == kCodePageUtf16 ? ReadUTF16String(value, true, true) : ReadMBCSString(value, true);
+        // The characters are in the section's code page behind a byte count: wide under 1200, narrow otherwise.
+        text = textCodePage() == kCodePageUtf16 ? ReadUTF16String(value, true, true) : ReadMBCSString(value, true);
         type = ValueTypeText;
         return true;
     case kError:

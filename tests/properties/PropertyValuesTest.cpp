@@ -137,6 +137,11 @@ TEST(Strings, NarrowTextFollowsTheCodePage) {
     }
 }
 
+TEST(Strings, NarrowTextUsesItsSectionsCodePageWhereverItIsDeclared) {
+    ParsedSet set(PropertyStreamBuilder().value(7, typed(30, narrowString("Mod\x8Fles"))).value(1, codePageI2(10000)).build());
+    EXPECT_EQ(set.text(7), "Mod\xC3\xA8les");
+}
+
 TEST(Strings, NarrowValuesStayNarrowUnderCodePage1200) {
     // Wide data under type code 30 ends at its first zero byte.
     ParsedSet set(PropertyStreamBuilder().value(1, codePageI2(1200)).value(2, typed(30, concat({le32(6), Bytes{'U', 0, 'n', 0, 0, 0, 0, 0}}))).build());
