@@ -40,7 +40,7 @@ public:
     void put16(size_t offset, uint16_t value) { put(offset, value, 2); }
     void put32(size_t offset, uint32_t value) { put(offset, value, 4); }
     void raw(size_t offset, const uint8_t* data, size_t count) {
-        if (offset + count <= bytes_.size()) std::memcpy(&bytes_[offset], data, count);
+        if (count > 0 && offset + count <= bytes_.size()) std::memcpy(&bytes_[offset], data, count);
     }
 
 private:
