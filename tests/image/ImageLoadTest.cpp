@@ -409,3 +409,30 @@ TEST(ImageLoad, NoMiniStreamWhenEntryZeroIsNoRoot) {
     EXPECT_EQ(image.getMiniStreamStartSect(), 0u);
     EXPECT_EQ(image.miniStreamBytes().Count(), 0);
 }
+
+TEST(ImageLoad, EveryFieldOfAnEntryIsReadWhateverItsNameLength) {
+    for (bool bigEndian : {false, true}) {
+        CfbBuilder builder(9);
+        builder.addStream(CfbBuilder::kRoot, u"S", patternBytes(100, 1));
+        builder.addStream(CfbBuilder::kRoot, u"T", patternBytes(200, 2));
+        CfbImage layout = builder.layout();
+        layout.bigEndian = bigEndian;
+        tovxtest::CfbEntry& e = layout.entries[1];
+        e.nameLength = 0;
+        e.created = 0x0123456789ABCDEFull;  // times are passed over, never kept
+        e.modified = 0xFEDCBA9876543210ull;
+        e.userFlags = 0xCAFEF00D;
+        e.propertyType = 0x1234;
+        TOVStStorageFileInfo image = loadImage(layout.serialize());
+        ASSERT_TRUE(image.checkValidity());
+        TOVStStorageDirEntry read = *image.dirTable().At(1);
+        EXPECT_FALSE(read.isValid()) << bigEndian;  // a name length of 0 fails the name test
+        EXPECT_EQ(read.getNameLength(), 0);
+        EXPECT_EQ(read.getUserFlag(), 0xCAFEF00Du) << bigEndian;
+        EXPECT_EQ(read.getStartSect(), e.start) << bigEndian;
+        EXPECT_EQ(read.getSize(), 100u) << bigEndian;
+        EXPECT_EQ(read.getPropertyType(), 0x1234) << bigEndian;
+        EXPECT_EQ(narrow(image.dirTable().At(2)->getName()), "T");  // the next slot starts where it should
+        EXPECT_EQ(image.dirTable().At(2)->getSize(), 200u);
+    }
+}
