@@ -7,11 +7,11 @@
 #include "TOVXDynamicArray.h"
 
 // The one way chains are followed through an allocation table (FAT or mini FAT).
-// A chain starts at `start` and ends at the first of:
+// A chain starts at `start` and ends before the first link that is:
 //  - a special sector value (FREESECT, ENDOFCHAIN, FATSECT, DIFSECT);
-//  - a sector whose own entry lies outside the table (it is still the chain's last sector);
+//  - a sector outside the table, which no chain can reach;
 //  - a sector met before: a chain that loops back is cut where it would repeat;
-//  - `limit` sectors, the most that the file (or the mini stream) can hold.
+// and after `limit` sectors, the most that the file can hold.
 // The start sector itself is always part of the chain, whatever its value.
 class TOVStSectorChain {
 public:

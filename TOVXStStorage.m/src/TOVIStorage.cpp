@@ -177,7 +177,7 @@ int TOVIStorage::openStream(const TOVXString& name, TOVIStream** ppStream) {
 
 // Reads the stream's sectors from the file, each run of adjacent sectors in one read. A chain
 // that loops, leaves the table or outlasts the file ends there (see TOVStSectorChain); a start
-// sector that is itself a special value gives no bytes.
+// sector outside the FAT, a special value among them, gives no bytes.
 int TOVIStorage::getStreamFromFat(const TOVStStorageDirEntry& entry, TOVIStream** ppStream) {
     if (stStorageFileInfo == nullptr || ppStream == nullptr) return -1;
     FILE* file = stStorageFileInfo->GetFilePath().OpenFile("rb");
@@ -186,7 +186,7 @@ int TOVIStorage::getStreamFromFat(const TOVStStorageDirEntry& entry, TOVIStream*
     const uint32_t sectorSize = stStorageFileInfo->sectorSize();
     const uint32_t fileSectors = stStorageFileInfo->fileSectorCount();
     std::vector<uint32_t> chain;
-    if (!isSpecialSector(entry.getStartSect()))
+    if (entry.getStartSect() < static_cast<uint32_t>(stStorageFileInfo->fatTable().Count()))
         chain = TOVStSectorChain::follow(stStorageFileInfo->fatTable(), entry.getStartSect(), fileSectors > 0 ? fileSectors : 1);
     const uint64_t reachable = static_cast<uint64_t>(chain.size()) * sectorSize;
     TOVIStream* stream = tovxNew<TOVIStream>(static_cast<uint32_t>(std::min<uint64_t>(size, reachable)));

@@ -14,8 +14,7 @@ std::vector<uint32_t> TOVStSectorChain::follow(const TOVXDynamicArray<unsigned i
     while (chain.size() < limit && current < tableSize && !visited[current]) {
         visited[current] = true;
         const uint32_t following = next[current];
-        if (isSpecialSector(following)) break;
-        if (following < tableSize && visited[following]) break;  // the chain loops back
+        if (isSpecialSector(following) || following >= tableSize || visited[following]) break;
         chain.push_back(following);
         current = following;
     }

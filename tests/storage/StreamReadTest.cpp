@@ -1,0 +1,259 @@
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include "CfbBuilder.h"
+#include "TOVIStorage.h"
+#include "TOVXMemoryManager.h"
+#include "TestFiles.h"
+
+using namespace tovxtest;
+
+namespace {
+
+struct Outcome {
+    int result;
+    bool streamSet;
+    std::vector<uint8_t> bytes;
+    uint32_t reportedSize;
+};
+
+// Opens `name` under the root of `bytes` and takes what comes back, whatever the result.
+Outcome openStream(const std::vector<uint8_t>& bytes, const char* name) {
+    ScratchFile file(bytes);
+    TOVIStorage* root = nullptr;
+    EXPECT_EQ(TOVStgOpenStorage(TOVXFilePath(file.path()), &root), 0);
+    Outcome outcome{-2, false, {}, 0};
+    if (root == nullptr) return outcome;
+    TOVIStream* stream = nullptr;
+    outcome.result = root->openStream(TOVXString::FromUtf8(name), &stream);
+    if (stream != nullptr) {
+        outcome.streamSet = true;
+        outcome.bytes.assign(stream->data(), stream->data() + stream->length());
+        TOVStStorageDirEntry entry;
+        stream->Stat(&entry);
+        outcome.reportedSize = entry.getSize();
+    }
+    tovxDelete(stream);
+    tovxDelete(root);
+    return outcome;
+}
+
+CfbImage oneStream(size_t size, uint32_t cutoff = 4096, uint16_t shift = 9) {
+    CfbBuilder builder(shift);
+    builder.miniStreamCutoff(cutoff);
+    builder.addStream(CfbBuilder::kRoot, u"data", patternBytes(size, 7));
+    return builder.layout();
+}
+
+}  // namespace
+
+TEST(StreamRead, ContentsComeBackWholeOnBothSidesOfTheCutoffAndBothSectorSizes) {
+    for (const uint16_t shift : {9, 12}) {
+        for (const size_t size : {1, 5, 63, 64, 65, 4095, 4096, 4097, 512 * 3, 70000}) {
+            const Outcome outcome = openStream(oneStream(size, 4096, shift).serialize(), "data");
+            EXPECT_EQ(outcome.result, 0) << size;
+            EXPECT_EQ(outcome.bytes, patternBytes(size, 7)) << "size " << size << " shift " << shift;
+            EXPECT_EQ(outcome.reportedSize, size);
+        }
+    }
+}
+
+TEST(StreamRead, TheHeadersCutoffPicksTheSource) {
+    // Laid out with a cutoff of 4096, so 4095 bytes sit in the mini stream and 4096 in sectors.
+    // When the header says otherwise, the other table is read and the bytes come out wrong.
+    CfbImage mini = oneStream(4095);
+    mini.header.miniStreamCutoff = 4095;
+    EXPECT_NE(openStream(mini.serialize(), "data").bytes, patternBytes(4095, 7));
+
+    CfbImage regular = oneStream(4096);
+    regular.header.miniStreamCutoff = 4097;
+    EXPECT_NE(openStream(regular.serialize(), "data").bytes, patternBytes(4096, 7));
+
+    // A cutoff of 0 sends every stream through the FAT.
+    CfbImage allRegular = oneStream(100, 0);
+    EXPECT_EQ(openStream(allRegular.serialize(), "data").bytes, patternBytes(100, 7));
+}
+
+TEST(StreamRead, MiniChainLongerThanTheSizeGivesMinusOneAndThePartialStream) {
+    CfbImage image = oneStream(200);  // four mini sectors
+    image.entries[1].size = 100;      // only two of them are needed
+    const Outcome outcome = openStream(image.serialize(), "data");
+    EXPECT_EQ(outcome.result, -1);
+    ASSERT_TRUE(outcome.streamSet) << "the partial stream is the caller's to destroy";
+    const std::vector<uint8_t> all = patternBytes(200, 7);
+    EXPECT_EQ(outcome.bytes, std::vector<uint8_t>(all.begin(), all.begin() + 100));
+    EXPECT_EQ(outcome.reportedSize, 0u) << "its entry stays in the default state";
+}
+
+TEST(StreamRead, BrokenChainsEndPromptlyWithWhatTheyHold) {
+    using Bytes = std::vector<uint8_t>;
+    const auto part = [](size_t size, size_t from, size_t to) {
+        const Bytes all = patternBytes(size, 7);
+        return Bytes(all.begin() + static_cast<long>(from), all.begin() + static_cast<long>(to));
+    };
+    const auto join = [](Bytes a, const Bytes& b) { a.insert(a.end(), b.begin(), b.end()); return a; };
+    struct Case {
+        const char* what;
+        size_t size;
+        void (*breakIt)(CfbImage&);
+        int result;
+        Bytes expected;
+    };
+    const std::vector<Case> cases = {
+        {"FAT chain looping back to its start", 5000,
+         [](CfbImage& image) { image.fat[image.entries[1].start + 2] = image.entries[1].start; }, 0, part(5000, 0, 1536)},
+        {"FAT chain ended by FREESECT", 5000, [](CfbImage& image) { image.fat[image.entries[1].start + 1] = kFreeSect; }, 0,
+         part(5000, 0, 1024)},
+        {"FAT chain ended by FATSECT", 5000, [](CfbImage& image) { image.fat[image.entries[1].start] = kFatSect; }, 0,
+         part(5000, 0, 512)},
+        {"FAT chain leaving the table", 5000, [](CfbImage& image) { image.fat[image.entries[1].start] = 0x00FFFFFF; }, 0,
+         part(5000, 0, 512)},
+        {"start sector that is a special value", 5000, [](CfbImage& image) { image.entries[1].start = kEndOfChain; }, 0, {}},
+        {"start sector outside the FAT", 5000, [](CfbImage& image) { image.entries[1].start = 100000; }, 0, {}},
+        // Past the mini FAT the sector is the chain's last; past the mini stream it reads as zeros.
+        {"mini chain leaving the mini FAT", 200, [](CfbImage& image) { image.miniFat[image.entries[1].start] = 5000; }, 0,
+         join(part(200, 0, 64), Bytes(64, 0))},
+        // A looping mini chain repeats until the size is used up, then ends like any chain that outlasts it.
+        {"mini chain looping", 200, [](CfbImage& image) { image.miniFat[image.entries[1].start + 1] = image.entries[1].start; },
+         -1, join(join(part(200, 0, 128), part(200, 0, 64)), part(200, 64, 72))},
+    };
+    for (const Case& c : cases) {
+        CfbImage image = oneStream(c.size);
+        c.breakIt(image);
+        const Outcome outcome = openStream(image.serialize(), "data");
+        EXPECT_EQ(outcome.result, c.result) << c.what;
+        EXPECT_EQ(outcome.bytes, c.expected) << c.what;
+    }
+}
+
+TEST(StreamRead, MissingBytesReadAsZeros) {
+    // A file cut inside the stream's last sector gives zeros for the rest.
+    std::vector<uint8_t> bytes = oneStream(5000).serialize();
+    bytes.resize(bytes.size() - 600);
+    const Outcome outcome = openStream(bytes, "data");
+    ASSERT_EQ(outcome.result, 0);
+    ASSERT_EQ(outcome.bytes.size(), 5000u);
+    const std::vector<uint8_t> all = patternBytes(5000, 7);
+    const size_t kept = 5000 - (512 * 10 - 5000) - 600 + (512 * 10 - 5000);  // the bytes before the cut
+    EXPECT_TRUE(std::equal(all.begin(), all.begin() + static_cast<long>(kept) - 120, outcome.bytes.begin()));
+    EXPECT_EQ(outcome.bytes.back(), 0);
+
+    // A mini sector past the end of the mini stream reads as zeros.
+    CfbImage image = oneStream(100);
+    image.miniFat[image.entries[1].start] = 40;  // mini sector 40 lies far beyond the 128-byte mini stream
+    image.miniFat.resize(41, kFreeSect);
+    image.miniFat[40] = kEndOfChain;
+    const Outcome mini = openStream(image.serialize(), "data");
+    ASSERT_EQ(mini.result, 0);
+    ASSERT_EQ(mini.bytes.size(), 100u);
+    EXPECT_EQ(std::vector<uint8_t>(mini.bytes.begin() + 64, mini.bytes.end()), std::vector<uint8_t>(36, 0));
+}
+
+TEST(StreamRead, EmptyStreamsAndStoragesCannotBeOpened) {
+    CfbBuilder builder;
+    builder.addStream(CfbBuilder::kRoot, u"empty", {});
+    builder.addStorage(CfbBuilder::kRoot, u"folder");
+    ScratchFile file(builder.build());
+    TOVIStorage* root = nullptr;
+    ASSERT_EQ(TOVStgOpenStorage(TOVXFilePath(file.path()), &root), 0);
+    TOVIStream* stream = reinterpret_cast<TOVIStream*>(0x1);
+    EXPECT_EQ(root->openStream(TOVXString::FromUtf8("empty"), &stream), -1);
+    EXPECT_EQ(stream, reinterpret_cast<TOVIStream*>(0x1)) << "an empty stream leaves the pointer alone";
+    EXPECT_EQ(root->openStream(TOVXString::FromUtf8("folder"), &stream), -1);
+    EXPECT_EQ(stream, nullptr);
+    tovxDelete(root);
+}
+
+TEST(StreamRead, SmallStreamsStayReadableAfterTheFileIsGone) {
+    CfbBuilder builder;
+    builder.addStream(CfbBuilder::kRoot, u"small", patternBytes(100, 1));
+    builder.addStream(CfbBuilder::kRoot, u"large", patternBytes(5000, 2));
+    TOVIStorage* root = nullptr;
+    {
+        ScratchFile file(builder.build());
+        ASSERT_EQ(TOVStgOpenStorage(TOVXFilePath(file.path()), &root), 0);
+    }
+    TOVIStream* stream = nullptr;
+    ASSERT_EQ(root->openStream(TOVXString::FromUtf8("small"), &stream), 0);
+    EXPECT_EQ(stream->length(), 100u);
+    tovxDelete(stream);
+    stream = reinterpret_cast<TOVIStream*>(0x1);
+    EXPECT_EQ(root->openStream(TOVXString::FromUtf8("large"), &stream), -1);
+    EXPECT_EQ(stream, reinterpret_cast<TOVIStream*>(0x1));
+    tovxDelete(root);
+}
+
+TEST(MemoryStream, ReadsWritesAndSeeksByTheirOwnRules) {
+    TOVIStream stream(16);
+    unsigned char buffer[10];
+    uint32_t count = 99;
+    stream.Read(buffer, 4, &count);
+    EXPECT_EQ(count, 0u);
+
+    const unsigned char data[] = {1, 2, 3, 4, 5, 6};
+    stream.Write(data, 6, &count);
+    EXPECT_EQ(count, 6u);
+    EXPECT_EQ(stream.tell(), 0u) << "writing leaves the position alone";
+
+    std::fill(std::begin(buffer), std::end(buffer), 0xEE);
+    stream.Read(buffer, 4, &count);
+    EXPECT_EQ(count, 4u);
+    std::fill(std::begin(buffer), std::end(buffer), 0xEE);
+    stream.Read(buffer, 10, &count);  // 2 remain
+    EXPECT_EQ(count, 2u);
+    EXPECT_EQ(buffer[0], 5);
+    EXPECT_EQ(buffer[2], 0xEE) << "what lies behind the delivered bytes stays";
+    stream.Read(buffer, 10, nullptr);
+    EXPECT_EQ(stream.tell(), 6u);
+
+    stream.Write(data, 2, &count);  // appended at the end; the next read reaches it
+    stream.Read(buffer, 10, &count);
+    EXPECT_EQ(count, 2u);
+
+    stream.Seek(10, 5);
+    EXPECT_EQ(stream.tell(), 15u);
+    stream.Read(buffer, 3, &count);
+    EXPECT_EQ(count, 0u);
+    EXPECT_EQ(stream.tell(), 15u);
+    stream.SeekCur(0xFFFFFFFFu);
+    EXPECT_EQ(stream.tell(), 14u) << "adding 0xFFFFFFFF steps back by wrap-around";
+    stream.Seek(0x80000000u, 0);
+    stream.Read(buffer, 3, &count);
+    EXPECT_EQ(count, 0u) << "no byte lies at a position past 2 GiB";
+
+    TOVIStream copy(stream);
+    copy.Seek(0, 0);
+    copy.Read(buffer, 3, &count);
+    EXPECT_EQ(count, 3u);
+    EXPECT_EQ(stream.tell(), 0x80000000u) << "a copy reads on its own";
+
+    TOVStStorageDirEntry entry;
+    entry.setSize(1234);
+    TOVStStorageDirEntry reported;
+    stream.Stat(&reported);
+    EXPECT_EQ(reported.getSize(), 0u);
+    stream.setDirEntry(entry);
+    stream.Stat(&reported);
+    EXPECT_EQ(reported.getSize(), 1234u) << "the entry's size, not the byte count";
+}
+
+TEST(MemoryStream, DumpWritesEverythingFromTheFirstByte) {
+    TOVIStream stream(0);
+    const unsigned char data[] = {'a', 'b', 'c'};
+    uint32_t count = 0;
+    stream.Write(data, 3, &count);
+    stream.Read(const_cast<unsigned char*>(data), 0, &count);
+    stream.SeekCur(2);
+    EXPECT_EQ(stream.Dump(nullptr), 0);
+    FILE* file = std::tmpfile();
+    ASSERT_NE(file, nullptr);
+    stream.Dump(file);
+    std::rewind(file);
+    char read[8] = {};
+    EXPECT_EQ(std::fread(read, 1, sizeof read, file), 3u);
+    EXPECT_STREQ(read, "abc");
+    std::fclose(file);
+}
