@@ -48,6 +48,7 @@ private:
     TOVXString ReadMBCSString(Cursor& cursor, bool align);
     TOVXString ReadUTF16String(Cursor& cursor, bool align, bool lengthInFront);
     TOVXString decodeNarrow(const unsigned char* bytes, uint32_t count) const;
+    bool takeFromTextBudget(uint64_t bytes);
 
     TOVXProperty* ReadPropertyFromSection(Cursor& cursor, const unsigned char* sectionStart);
     bool readValueText(uint32_t typeCode, Cursor& value, uint32_t id, TOVXString& text, ValueType& type);
@@ -97,6 +98,8 @@ private:
     // The code page that the section being read declares, wherever its entry stands in the
     // table; -1 when it declares none. Narrow text is decoded under it.
     int32_t sectionCodePage;
+    // Bytes of text that strings may still copy out of this stream (see InitializeFromBuffer).
+    uint64_t textBudget;
 };
 
 #endif

@@ -76,7 +76,8 @@ TOVIPropertyStorage::TOVIPropertyStorage()
       codePage(0),
       localeId(0),
       propertyPositions(12),
-      sectionCodePage(-1) {}
+      sectionCodePage(-1),
+      textBudget(0) {}
 
 TOVIPropertyStorage::~TOVIPropertyStorage() {
     buffer = nullptr;
@@ -90,6 +91,9 @@ TOVIPropertyStorage::~TOVIPropertyStorage() {
 bool TOVIPropertyStorage::InitializeFromBuffer(const unsigned char* streamBytes, int size) {
     buffer = streamBytes;
     bufferSize = size;
+    // Producers read each string once. Only a crafted stream points many entries at one long
+    // text, which would cost the square of its size: past this much copied text, strings read empty.
+    textBudget = 16ull * static_cast<uint32_t>(size) + 65536u;
     Cursor cursor = buffer;
     byteOrder = ReadUnsignedShort(cursor);
     if (byteOrder != kByteOrderMark) return false;  // there is no big-endian reading
@@ -226,18 +230,29 @@ TOVXString TOVIPropertyStorage::decodeNarrow(const unsigned char* bytes, uint32_
     return TOVXString(reinterpret_cast<const char*>(bytes), nullptr);
 }
 
+bool TOVIPropertyStorage::takeFromTextBudget(uint64_t bytes) {
+    if (bytes > textBudget) return false;
+    textBudget -= bytes;
+    return true;
+}
+
 TOVXString TOVIPropertyStorage::ReadMBCSString(Cursor& cursor, bool align) {
     const uint32_t length = ReadUnsignedInt(cursor);
     if (!fits(cursor, length) || length == 0) return TOVXString();
     TOVXString text;
-    // One byte more than the length, kept zero: a string with no terminator inside its length ends at its length.
-    unsigned char* block = static_cast<unsigned char*>(tovxAllocate(length + 1u));
-    if (block != nullptr && length < 0xFFFFFFFFu) {
-        for (uint32_t i = 0; i < length; ++i) block[i] = ReadByte(cursor);
-        block[length] = 0;
-        text = decodeNarrow(block, length);
+    if (!takeFromTextBudget(length)) {
+        cursor += length;
+    } else {
+        // One byte more than the length, kept zero: a string with no terminator inside its length ends at its length.
+        unsigned char* block = static_cast<unsigned char*>(tovxAllocate(length + 1u));
+        if (block != nullptr) {
+            std::memcpy(block, cursor, length);  // all `length` bytes lie inside the buffer
+            cursor += length;
+            block[length] = 0;
+            text = decodeNarrow(block, length);
+        }
+        tovxDeallocate(block);
     }
-    tovxDeallocate(block);
     if (align)
         for (uint32_t pad = (4 - length % 4) % 4; pad > 0; --pad) ReadByte(cursor);
     return text;
@@ -250,16 +265,21 @@ TOVXString TOVIPropertyStorage::ReadUTF16String(Cursor& cursor, bool align, bool
     const uint32_t units = lengthInFront ? word / 2 : word;
     if (!fits(cursor, static_cast<uint64_t>(units) * 2) || units == 0) return TOVXString();
     TOVXString text;
-    unsigned short* block = static_cast<unsigned short*>(tovxAllocate(units * 2u));
-    if (block != nullptr) {
-        uint32_t end = units;  // a string with no terminator inside its length ends at its length
-        for (uint32_t i = 0; i < units; ++i) {
-            block[i] = ReadUnsignedShort(cursor);
-            if (block[i] == 0 && end == units) end = i;
+    if (!takeFromTextBudget(static_cast<uint64_t>(units) * 2)) {
+        cursor += static_cast<size_t>(units) * 2;
+    } else {
+        unsigned short* block = static_cast<unsigned short*>(tovxAllocate(units * 2u));
+        if (block != nullptr) {
+            uint32_t end = units;  // a string with no terminator inside its length ends at its length
+            for (uint32_t i = 0; i < units; ++i) {
+                block[i] = static_cast<unsigned short>(cursor[0] | (cursor[1] << 8));  // inside the buffer, tested above
+                cursor += 2;
+                if (block[i] == 0 && end == units) end = i;
+            }
+            text = TOVXString::FromUnits(block, static_cast<int>(end));
         }
-        text = TOVXString::FromUnits(block, static_cast<int>(end));
+        tovxDeallocate(block);
     }
-    tovxDeallocate(block);
     if (align) {
         const uint32_t pad = lengthInFront ? (4 - word % 4) % 4 : (units % 2) * 2;
         for (uint32_t i = 0; i < pad; ++i) ReadByte(cursor);

@@ -199,6 +199,27 @@ TEST(Damaged, AnyPrefixOfAGoodStreamParsesWithoutHarm) {
     EXPECT_EQ(full.text(7), "bstr");
 }
 
+TEST(Damaged, EveryByteOfAGoodStreamCanBeWrong) {
+    const Bytes whole = PropertyStreamBuilder()
+                            .value(1, codePageI2(1252))
+                            .value(0, narrowDictionary({{5, "five"}, {6, "six"}}))
+                            .value(5, typed(30, narrowString("narrow")))
+                            .value(6, typed(72, formatId(0)))
+                            .section(formatId(0x20))
+                            .value(1, codePageI2(1200))
+                            .value(0, wideDictionary({{7, u"seven"}}))
+                            .value(7, typed(8, bstrWide(u"bstr")))
+                            .build();
+    for (size_t at = 0; at < whole.size(); ++at) {
+        for (uint8_t wrong : {uint8_t(0x00), uint8_t(0x7F), uint8_t(0xFF)}) {
+            Bytes damaged = whole;
+            damaged[at] = wrong;
+            ParsedSet set(damaged);
+            EXPECT_LE(set.count(), 6) << at;
+        }
+    }
+}
+
 TEST(Damaged, ImpossibleCountsEndPromptly) {
     Bytes stream = PropertyStreamBuilder().value(2, typed(3, le32(1))).value(0, le32(0xFFFFFFFF)).claimProperties(0xFFFFFFFF).build();
     stream.resize(100, 0);
@@ -208,6 +229,23 @@ TEST(Damaged, ImpossibleCountsEndPromptly) {
     EXPECT_TRUE(set.accepted);
     EXPECT_EQ(set.text(2), "1");
     EXPECT_LT(std::chrono::duration_cast<std::chrono::milliseconds>(elapsed).count(), 1000);
+}
+
+TEST(Damaged, ManyEntriesOnOneLongTextEndPromptly) {
+    // Crafted: every entry points at the same long string. Early ones get the text; once the
+    // copied text passes a multiple of the stream's size, the rest read as empty.
+    const uint32_t entries = 4000;
+    PropertyStreamBuilder builder;
+    builder.value(2, typed(30, narrowString(std::string(50000, 'a'))));
+    for (uint32_t id = 3; id < 2 + entries; ++id) builder.entryAt(id, 8 + 8 * entries);
+    const auto start = std::chrono::steady_clock::now();
+    ParsedSet set(builder.build());
+    const auto elapsed = std::chrono::steady_clock::now() - start;
+    EXPECT_EQ(set.count(), int(entries));
+    EXPECT_EQ(set.text(2).size(), 50000u);
+    EXPECT_EQ(set.text(3).size(), 50000u);
+    EXPECT_EQ(set.text(1 + entries), "");
+    EXPECT_LT(std::chrono::duration_cast<std::chrono::milliseconds>(elapsed).count(), 2000);
 }
 
 TEST(Damaged, OffsetsPastTheEndMakeNoProperty) {
