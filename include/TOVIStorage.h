@@ -3,6 +3,8 @@
 
 #include <cstdint>
 
+#include "TOVIPropertySetStorage.h"
+#include "TOVIPropertySetStorageHandle.h"
 #include "TOVIStream.h"
 #include "TOVStStorageDirEntry.h"
 #include "TOVStStorageFileInfo.h"
@@ -27,6 +29,11 @@ public:
     void setStStorageFileInfo(TOVStStorageFileInfo* info);
 
     int enumElements(TOVXDynamicArray<TOVStStorageDirEntry>& out);
+    // The storage's property sets. On a root whose container is empty this first reads every
+    // child stream whose name begins with the unit 5 and keeps those that parse. The pointer
+    // carries no reference of the caller's; it lives as long as some storage holds the container.
+    TOVIPropertySetStorage* getPropertySetStorage();
+    void setPropertySetStorage(TOVIPropertySetStorage* storage);
     int openStorage(const TOVXString& name, TOVIStorage** ppStorage);
     int openStream(const TOVXString& name, TOVIStream** ppStream);
 
@@ -36,10 +43,12 @@ private:
     bool searchStream(const TOVXString& name, TOVStStorageDirEntry& entry, bool thisLevelOnly);
     int getStreamFromFat(const TOVStStorageDirEntry& entry, TOVIStream** ppStream);
     int getStreamFromMiniFat(const TOVStStorageDirEntry& entry, TOVIStream** ppStream);
+    void addPropertySet(const TOVXString& name, TOVIPropertySetStorage& container);
 
     TOVStStorageFileInfo* stStorageFileInfo;
     TOVStStorageDirEntry directoryEntry;
     TOVXDynamicArray<TOVStStorageDirEntry> elements;
+    TOVIPropertySetStorageHandle propertySetStorage;  // shared with sub-storages opened from here
 };
 
 // Opens the compound file at `path`: 0 with *ppStorage set to the root storage, which

@@ -31,7 +31,10 @@ TOVIStorage::TOVIStorage(const TOVXFilePath& path) : stStorageFileInfo(nullptr) 
 TOVIStorage::TOVIStorage() : stStorageFileInfo(nullptr) {}
 
 TOVIStorage::TOVIStorage(const TOVIStorage& other)
-    : stStorageFileInfo(nullptr), directoryEntry(other.directoryEntry), elements(other.elements) {
+    : stStorageFileInfo(nullptr),
+      directoryEntry(other.directoryEntry),
+      elements(other.elements),
+      propertySetStorage(other.propertySetStorage) {
     if (other.stStorageFileInfo != nullptr) setStStorageFileInfo(other.stStorageFileInfo);
 }
 
@@ -45,12 +48,14 @@ TOVIStorage& TOVIStorage::operator=(const TOVIStorage& other) {
     }
     directoryEntry = other.directoryEntry;
     elements = other.elements;
+    propertySetStorage = other.propertySetStorage;
     return *this;
 }
 
 TOVIStorage::~TOVIStorage() {
     tovxDelete(stStorageFileInfo);
     stStorageFileInfo = nullptr;
+    propertySetStorage = TOVIPropertySetStorageHandle();  // gives this storage's reference on the container back
 }
 
 // An image held before is released: the storage owns exactly one image at a time.
@@ -156,7 +161,50 @@ int TOVIStorage::openStorage(const TOVXString& name, TOVIStorage** ppStorage) {
     if (storage == nullptr) return -1;
     storage->setDirectoryEntry(entry);
     storage->setStStorageFileInfo(stStorageFileInfo);
+    // The sub-storage shares this storage's property sets; on a root this may run the discovery.
+    TOVIPropertySetStorage* sets = getPropertySetStorage();
+    if (sets != nullptr) storage->setPropertySetStorage(sets);
     return 0;
+}
+
+// ---- property sets --------------------------------------------------------------------
+
+void TOVIStorage::setPropertySetStorage(TOVIPropertySetStorage* storage) {
+    propertySetStorage = TOVIPropertySetStorageHandle(storage);
+}
+
+TOVIPropertySetStorage* TOVIStorage::getPropertySetStorage() {
+    if (!propertySetStorage.IsValid()) propertySetStorage = TOVIPropertySetStorageHandle(tovxNew<TOVIPropertySetStorage>());
+    TOVIPropertySetStorage* container = propertySetStorage;
+    // Only a root discovers; a filled container counts as done, an empty one is filled again.
+    if (!directoryEntry.isRoot() || container == nullptr || container->GetPropertyStorageCount() != 0) return container;
+    TOVXDynamicArray<TOVStStorageDirEntry> children;
+    if (enumElements(children) != 0) return container;
+    const TOVXString prefix(static_cast<unsigned short>(5));
+    for (int i = 0; i < children.Count(); ++i) {
+        TOVStStorageDirEntry* child = children.At(i);
+        const TOVXString name = child->getName();
+        if (child->isStream() && name.startsWith(prefix)) addPropertySet(name, *container);
+    }
+    return container;
+}
+
+// Reads one property-set stream and adds it to `container` when it parses; anything that
+// fails is skipped without a trace.
+void TOVIStorage::addPropertySet(const TOVXString& name, TOVIPropertySetStorage& container) {
+    TOVIStream* stream = nullptr;
+    const int opened = openStream(name, &stream);
+    if (opened == 0 && stream != nullptr) {
+        TOVIPropertyStorageHandle set(tovxNew<TOVIPropertyStorage>());
+        TOVStStorageDirEntry entry;
+        TOVIPropertyStorage* parsed = set;
+        // A chain that ended early gives fewer bytes than the entry's size: the parser is
+        // handed the bytes that were read, never memory beyond them.
+        if (parsed != nullptr && stream->Stat(&entry) == 0 && entry.getSize() != 0 &&
+            parsed->InitializeFromBuffer(stream->data(), static_cast<int>(stream->length())))
+            container.AddPropertyStorage(parsed);
+    }
+    tovxDelete(stream);  // a failed mini walk leaves a stream behind too
 }
 
 // ---- streams --------------------------------------------------------------------------
