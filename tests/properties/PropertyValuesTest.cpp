@@ -150,7 +150,7 @@ TEST(Strings, NarrowValuesStayNarrowUnderCodePage1200) {
 
 // ---- Properties the parser itself reads -----------------------------------------------------
 
-TEST(SpecialIds, CodePageComesOnlyFromASignedShort) {
+TEST(ParserIds, CodePageComesOnlyFromASignedShort) {
     ParsedSet unsignedShort(PropertyStreamBuilder().value(1, typed(18, le16(10000))).build());
     EXPECT_EQ(unsignedShort->GetCodePage(), 0);
     EXPECT_EQ(unsignedShort.text(1), "10000");
@@ -159,7 +159,7 @@ TEST(SpecialIds, CodePageComesOnlyFromASignedShort) {
     EXPECT_EQ(utf8.text(1), "-535");
 }
 
-TEST(SpecialIds, Id255NamesTheSetWhateverItsType) {
+TEST(ParserIds, Id255NamesTheSetWhateverItsType) {
     ParsedSet number(PropertyStreamBuilder().value(255, typed(3, le32(42))).build());
     EXPECT_EQ(number->GetPropertyStorageName().ToUtf8(), "42");
     ParsedSet twice(PropertyStreamBuilder().value(255, typed(30, narrowString("first"))).value(255, typed(30, narrowString("second"))).build());
