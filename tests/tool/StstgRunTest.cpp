@@ -84,8 +84,10 @@ std::vector<uint8_t> nestedFile() {
 
 TEST(StstgExitCodes, FilesThatCannotBeOpenedAreNamedAndToldApart) {
     ScratchFile notCompound(tovxtest::u8("just some text, long enough to be read as a header............"));
-    tovxtest::CfbImage image = CfbBuilder().layout();
-    image.header.directorySectorCount = 6;
+    CfbBuilder builder;
+    builder.addStream(CfbBuilder::kRoot, u"Data", tovxtest::u8("data"));
+    tovxtest::CfbImage image = builder.layout();
+    image.header.directorySectorCount = 6;  // one more than the header check allows
     ScratchFile refusedHeader(image.serialize());
     ScratchFolder folder;
     const std::string missing = (folder.path() / "missing.doc").string();
@@ -245,6 +247,24 @@ TEST(StstgTree, AStorageWhoseChildLinksLoopBackIsListedOnce) {
     EXPECT_EQ(filesUnder(folder.path()), (std::map<std::string, std::string>{{"Loop/Leaf", "leaf"}}));
 }
 
+TEST(StstgTree, OfTwoStoragesWithOneNameOnlyTheFirstIsGoneInto) {
+    CfbBuilder builder;
+    const int first = builder.addStorage(CfbBuilder::kRoot, u"Dup");
+    builder.addStream(first, u"One", tovxtest::u8("1"));
+    const int second = builder.addStorage(CfbBuilder::kRoot, u"Dup");
+    builder.addStream(second, u"Two", tovxtest::u8("22"));
+    ScratchFile file(builder.build());
+
+    const Outcome outcome = runTool({"tree", file.path()});
+    ASSERT_EQ(outcome.code, 0) << outcome.err;
+    EXPECT_EQ(outcome.out,
+              "/  (root, 128 bytes)\n"
+              "  Dup  (storage, 0 bytes)\n"
+              "    One  (stream, 1 bytes)\n"
+              "  Dup  (storage, 0 bytes; leads to a storage listed above, not repeated)\n");
+    EXPECT_EQ(runTool({"cat", file.path(), "Dup", "Two"}).code, 1);  // the name reaches the first
+}
+
 TEST(StstgExtract, HostileNamesStayInsideTheTargetFolder) {
     CfbBuilder builder;
     const int up = builder.addStorage(CfbBuilder::kRoot, u"..");
@@ -298,6 +318,34 @@ TEST(StstgExtract, UnreachableEntriesAreReportedAndTheRunGoesOn) {
     EXPECT_TRUE(fs::is_directory(folder.path() / "%empty"));
     // cat finds the first of two namesakes.
     EXPECT_EQ(runTool({"cat", file.path(), "Twin"}).out, "first");
+}
+
+TEST(StstgProps, ListsTheRootSetsInBothForms) {
+    const std::string example = std::string(TOVX_SOURCE_DIR) + "/examples/embedded-object.doc";
+    const Outcome json = runTool({"props", "--json", example});
+    ASSERT_EQ(json.code, 0) << json.err;
+    EXPECT_EQ(json.out.rfind("{\"file\": \"" + example + "\", \"property_sets\": [\n"
+                             "  {\"id\": \"{F29F85E0-4FF9-1068-AB91-08002B27B3D9}\", \"name\": \"\", \"properties\": [\n"
+                             "    {\"id\": 1, \"name\": \"\", \"type\": 2, \"value\": \"-535\"},\n", 0), 0u) << json.out;
+    // The second set has two sections and goes by the second one's id; its names come from the dictionary.
+    EXPECT_NE(json.out.find("{\"id\": \"{D5CDD505-2E9C-101B-9397-08002B2CF9AE}\""), std::string::npos);
+    EXPECT_NE(json.out.find("{\"id\": 3, \"name\": \"ObjectKind\", \"type\": 1, \"value\": \"spreadsheet\"}"), std::string::npos);
+
+    const Outcome text = runTool({"props", example});
+    ASSERT_EQ(text.code, 0);
+    EXPECT_EQ(text.out.rfind("{F29F85E0-4FF9-1068-AB91-08002B27B3D9}\n  0x00000001  -  (integer)  -535\n", 0), 0u) << text.out;
+    EXPECT_NE(text.out.find("\n  0x00000002  Cells  (float)  6.000000\n"), std::string::npos);
+    EXPECT_NE(text.out.find("  0x0000000C  -  (date)  2019-07-04 08:00:00\n"), std::string::npos);
+}
+
+TEST(StstgProps, AFileWithoutSetsGivesAnEmptyList) {
+    ScratchFile file(nestedFile());  // its \x05 stream holds no property set
+    const Outcome outcome = runTool({"props", "--json", file.path()});
+    EXPECT_EQ(outcome.code, 0);
+    EXPECT_EQ(outcome.out, "{\"file\": \"" + file.path() + "\", \"property_sets\": []}\n");
+    EXPECT_EQ(runTool({"props", file.path()}).out, "");
+    EXPECT_EQ(runTool({"props"}).code, 2);
+    EXPECT_EQ(runTool({"props", file.path() + ".missing"}).code, 1);
 }
 
 // The installed program wires the same code to the process's streams and exit status.

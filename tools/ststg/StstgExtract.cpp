@@ -20,7 +20,7 @@ namespace ststg {
 namespace {
 
 // Progress is shown for files from this size on, and only to a terminal.
-constexpr uintmax_t kProgressFromBytes = 8u << 20;
+constexpr uintmax_t kProgressFromBytes = 4u << 20;
 
 std::string shownPath(const std::vector<TOVXString>& path) {
     std::string out;
