@@ -1,5 +1,5 @@
 // Feeds arbitrary bytes to the native stack as a file: load, walk the whole tree, read
-// every stream. Any crash, leak, hang or sanitizer report is a finding; keep each one
+// every stream, parse the property sets. Any crash, leak, hang or sanitizer report is a finding; keep each one
 // under tests/robustness/inputs/ so that the test suite replays it.
 #include <cstdint>
 #include <cstdio>
@@ -51,7 +51,15 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     std::fclose(file);
     TOVIStorage* root = nullptr;
     std::unordered_set<uint32_t> walked;
-    if (TOVStgOpenStorage(TOVXFilePath(path), &root) == 0) walk(root, walked);
+    if (TOVStgOpenStorage(TOVXFilePath(path), &root) == 0) {
+        walk(root, walked);
+        TOVXDynamicArray<TOVIPropertyStorage*> sets;
+        root->getPropertySetStorage()->GetPropertyStorages(sets);
+        for (int i = 0; i < sets.Count(); ++i) {
+            (*sets.At(i))->GetPropertyArray();
+            (*sets.At(i))->LowerReference();
+        }
+    }
     tovxDelete(root);
     return 0;
 }
