@@ -14,6 +14,16 @@ namespace {
 // Positions are signed 32-bit offsets: a position at or above 2 GiB cannot be reached and reads as zeros.
 constexpr uint32_t kLargestPosition = 0x7FFFFFFFu;
 
+// Multi-byte fields: with `littleEndian` false the first stored byte is the most significant.
+uint16_t decode16(const unsigned char* bytes, bool littleEndian) {
+    return littleEndian ? static_cast<uint16_t>(bytes[0] | bytes[1] << 8) : static_cast<uint16_t>(bytes[1] | bytes[0] << 8);
+}
+
+uint32_t decode32(const unsigned char* bytes, bool littleEndian) {
+    return littleEndian ? (uint32_t(bytes[0]) | uint32_t(bytes[1]) << 8 | uint32_t(bytes[2]) << 16 | uint32_t(bytes[3]) << 24)
+                        : (uint32_t(bytes[3]) | uint32_t(bytes[2]) << 8 | uint32_t(bytes[1]) << 16 | uint32_t(bytes[0]) << 24);
+}
+
 uint32_t fileSizeOf(FILE* stream) {
     if (std::fseek(stream, 0, SEEK_END) != 0) return 0;
     const long size = std::ftell(stream);
@@ -39,14 +49,13 @@ void readFileByte(FILE* stream, unsigned char& value) { readFileValue(stream, &v
 void readFileUShort(FILE* stream, uint16_t& value, bool littleEndian) {
     unsigned char bytes[2];
     readFileValue(stream, bytes, 2, true);
-    value = littleEndian ? static_cast<uint16_t>(bytes[0] | bytes[1] << 8) : static_cast<uint16_t>(bytes[1] | bytes[0] << 8);
+    value = decode16(bytes, littleEndian);
 }
 
 void readFileULong(FILE* stream, uint32_t& value, bool littleEndian) {
     unsigned char bytes[4];
     readFileValue(stream, bytes, 4, true);
-    value = littleEndian ? (uint32_t(bytes[0]) | uint32_t(bytes[1]) << 8 | uint32_t(bytes[2]) << 16 | uint32_t(bytes[3]) << 24)
-                         : (uint32_t(bytes[3]) | uint32_t(bytes[2]) << 8 | uint32_t(bytes[1]) << 16 | uint32_t(bytes[0]) << 24);
+    value = decode32(bytes, littleEndian);
 }
 
 void readFileBytes(FILE* stream, int count, unsigned char* destination) {
@@ -181,10 +190,7 @@ uint32_t TOVStStorageFileInfo::getEquivalentMiniFatBytePos(unsigned int miniSect
     return header.miniSectorShift < 32 ? static_cast<uint32_t>(miniSector) << header.miniSectorShift : 0;
 }
 
-uint32_t TOVStStorageFileInfo::readWord(const unsigned char* bytes) const {
-    return littleEndian ? (uint32_t(bytes[0]) | uint32_t(bytes[1]) << 8 | uint32_t(bytes[2]) << 16 | uint32_t(bytes[3]) << 24)
-                        : (uint32_t(bytes[3]) | uint32_t(bytes[2]) << 8 | uint32_t(bytes[1]) << 16 | uint32_t(bytes[0]) << 24);
-}
+uint32_t TOVStStorageFileInfo::readWord(const unsigned char* bytes) const { return decode32(bytes, littleEndian); }
 
 // Reads one whole sector of table words and appends them; what the file lacks reads as zeros.
 void TOVStStorageFileInfo::appendTableSector(FILE* stream, uint32_t sector, TOVXDynamicArray<unsigned int>& table) {
@@ -273,11 +279,8 @@ void TOVStStorageFileInfo::readDirectorySector(FILE* stream) {
 void TOVStStorageFileInfo::readDirEntry(FILE* stream, TOVStStorageDirEntry& entry) {
     unsigned char slot[kDirEntrySize];
     readFileBytes(stream, sizeof slot, slot);
-    const auto word16 = [&](unsigned offset) {
-        return littleEndian ? static_cast<uint16_t>(slot[offset] | slot[offset + 1] << 8)
-                            : static_cast<uint16_t>(slot[offset + 1] | slot[offset] << 8);
-    };
-    const auto word32 = [&](unsigned offset) { return readWord(&slot[offset]); };
+    const auto word16 = [&](unsigned offset) { return decode16(&slot[offset], littleEndian); };
+    const auto word32 = [&](unsigned offset) { return decode32(&slot[offset], littleEndian); };
     // The name and class id are taken as stored, whatever the byte order.
     entry.setName(&slot[0]);
     entry.setNameLength(word16(64));
