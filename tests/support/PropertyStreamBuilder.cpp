@@ -8,70 +8,55 @@ Bytes le32(uint32_t value) { return {uint8_t(value), uint8_t(value >> 8), uint8_
 
 Bytes le64(uint64_t value) { return concat({le32(uint32_t(value)), le32(uint32_t(value >> 32))}); }
 
+static void append(Bytes& to, const Bytes& part) { to.insert(to.end(), part.begin(), part.end()); }
+
 Bytes concat(std::initializer_list<Bytes> parts) {
     Bytes out;
-    for (const Bytes& part : parts) out.insert(out.end(), part.begin(), part.end());
+    for (const Bytes& part : parts) append(out, part);
     return out;
+}
+
+Bytes patched(Bytes bytes, size_t at, const Bytes& with) {
+    for (size_t i = 0; i < with.size() && at + i < bytes.size(); ++i) bytes[at + i] = with[i];
+    return bytes;
 }
 
 Bytes typed(uint32_t typeCode, const Bytes& content) { return concat({le32(typeCode), content}); }
 
-static void padTo4(Bytes& bytes) {
-    while (bytes.size() % 4 != 0) bytes.push_back(0);
+static Bytes paddedTo4(Bytes bytes) {
+    bytes.resize((bytes.size() + 3) / 4 * 4, 0);
+    return bytes;
 }
 
 Bytes narrowString(const std::string& bytes, bool pad) {
-    Bytes out = le32(uint32_t(bytes.size() + 1));
-    out.insert(out.end(), bytes.begin(), bytes.end());
-    out.push_back(0);
-    if (pad) padTo4(out);
-    return out;
+    Bytes out = concat({le32(uint32_t(bytes.size() + 1)), Bytes(bytes.begin(), bytes.end()), {0}});
+    return pad ? paddedTo4(out) : out;
 }
 
+// The units of `text` and a terminating zero unit.
 static Bytes units(const std::u16string& text) {
     Bytes out;
-    for (char16_t unit : text) {
-        const Bytes two = le16(uint16_t(unit));
-        out.insert(out.end(), two.begin(), two.end());
-    }
+    for (char16_t unit : text) append(out, le16(uint16_t(unit)));
     return concat({out, le16(0)});
 }
 
-Bytes wideString(const std::u16string& text) {
-    Bytes out = concat({le32(uint32_t(text.size() + 1)), units(text)});
-    padTo4(out);
-    return out;
-}
+Bytes wideString(const std::u16string& text) { return paddedTo4(concat({le32(uint32_t(text.size() + 1)), units(text)})); }
 
-Bytes bstrNarrow(const std::string& bytes) {
-    Bytes out = le32(uint32_t(bytes.size() + 1));
-    out.insert(out.end(), bytes.begin(), bytes.end());
-    out.push_back(0);
-    padTo4(out);
-    return out;
-}
-
-Bytes bstrWide(const std::u16string& text) {
-    Bytes out = concat({le32(uint32_t(2 * (text.size() + 1))), units(text)});
-    padTo4(out);
-    return out;
-}
+Bytes bstrWide(const std::u16string& text) { return paddedTo4(concat({le32(uint32_t(2 * (text.size() + 1))), units(text)})); }
 
 Bytes wideDictionary(const std::vector<std::pair<uint32_t, std::u16string>>& entries) {
     Bytes out = le32(uint32_t(entries.size()));
     for (const auto& entry : entries) {
-        Bytes name = concat({le32(uint32_t(entry.second.size() + 1)), units(entry.second)});
-        if ((entry.second.size() + 1) % 2 != 0) name.insert(name.end(), {0, 0});  // odd unit counts are padded
-        out = concat({out, le32(entry.first), name});
+        append(out, concat({le32(entry.first), le32(uint32_t(entry.second.size() + 1)), units(entry.second)}));
+        if ((entry.second.size() + 1) % 2 != 0) append(out, {0, 0});  // odd unit counts are padded
     }
     return out;
 }
 
 Bytes narrowDictionary(const std::vector<std::pair<uint32_t, std::string>>& entries) {
     Bytes out = le32(uint32_t(entries.size()));
-    for (const auto& entry : entries) out = concat({out, le32(entry.first), narrowString(entry.second, false)});
-    padTo4(out);
-    return out;
+    for (const auto& entry : entries) append(out, concat({le32(entry.first), narrowString(entry.second, false)}));
+    return paddedTo4(out);
 }
 
 Bytes formatId(uint8_t first) {
@@ -86,9 +71,7 @@ PropertyStreamBuilder::Section& PropertyStreamBuilder::current() {
 }
 
 PropertyStreamBuilder& PropertyStreamBuilder::section(const Bytes& fmtid) {
-    Section next;
-    next.fmtid = fmtid;
-    sections_.push_back(next);
+    sections_.push_back(Section{fmtid, {}});
     return *this;
 }
 
@@ -102,39 +85,24 @@ PropertyStreamBuilder& PropertyStreamBuilder::entryAt(uint32_t id, uint32_t offs
     return *this;
 }
 
-PropertyStreamBuilder& PropertyStreamBuilder::claimProperties(uint32_t count) {
-    current().hasClaimedCount = true;
-    current().claimedCount = count;
-    return *this;
-}
-
-Bytes PropertyStreamBuilder::buildSection(const Section& section) const {
-    const uint32_t tableEnd = uint32_t(8 + 8 * section.entries.size());
-    Bytes table;
-    Bytes values;
-    for (const Entry& entry : section.entries) {
-        const uint32_t offset = entry.explicitOffset ? entry.offset : uint32_t(tableEnd + values.size());
-        table = concat({table, le32(entry.id), le32(offset)});
-        values.insert(values.end(), entry.bytes.begin(), entry.bytes.end());
-    }
-    const uint32_t count = section.hasClaimedCount ? section.claimedCount : uint32_t(section.entries.size());
-    return concat({le32(uint32_t(tableEnd + values.size())), le32(count), table, values});
-}
-
 Bytes PropertyStreamBuilder::build() const {
     std::vector<Section> sections = sections_;
-    if (sections.empty()) sections.push_back(Section{formatId(0x10), {}, false, 0});
-    const uint32_t listed = sections.size() >= 2 ? 2 : 1;
-    const uint32_t headerSize = 28 + 20 * listed;
-    Bytes first = buildSection(sections[0]);
-    Bytes second = sections.size() >= 2 ? buildSection(sections[1]) : Bytes();
-    const uint32_t firstAt = hasFirstOffset_ ? firstOffset_ : headerSize;
-    const uint32_t secondAt = hasSecondOffset_ ? secondOffset_ : uint32_t(headerSize + first.size());
-    Bytes out = concat({le16(byteOrder_), le16(version_), le16(0x0A04), le16(0x0002), Bytes(16, 0),
-                        le32(hasClaimedSections_ ? claimedSections_ : uint32_t(sections.size())),
-                        sections[0].fmtid, le32(firstAt)});
-    if (listed == 2) out = concat({out, sections[1].fmtid, le32(secondAt)});
-    return concat({out, first, second});
+    if (sections.empty()) sections.push_back(Section{formatId(0x10), {}});
+    const size_t headerSize = 28 + 20 * sections.size();
+    Bytes header = concat({le16(0xFFFE), le16(0), le16(0x0A04), le16(0x0002), Bytes(16, 0), le32(uint32_t(sections.size()))});
+    Bytes bodies;
+    for (const Section& section : sections) {
+        append(header, concat({section.fmtid, le32(uint32_t(headerSize + bodies.size()))}));
+        const size_t tableEnd = 8 + 8 * section.entries.size();
+        Bytes table;
+        Bytes values;
+        for (const Entry& entry : section.entries) {
+            append(table, concat({le32(entry.id), le32(entry.explicitOffset ? entry.offset : uint32_t(tableEnd + values.size()))}));
+            append(values, entry.bytes);
+        }
+        append(bodies, concat({le32(uint32_t(tableEnd + values.size())), le32(uint32_t(section.entries.size())), table, values}));
+    }
+    return concat({header, bodies});
 }
 
 }  // namespace tovxtest

@@ -1,9 +1,12 @@
 #ifndef TOVX_TEST_PROPERTY_STREAM_BUILDER_H
 #define TOVX_TEST_PROPERTY_STREAM_BUILDER_H
 
-// Builds property-set streams byte by byte for tests: a header, one or two sections, each
-// a table of (id, offset) entries followed by the values in the order they were added.
+// Builds property-set streams byte by byte for tests: a header, then each section as a
+// table of (id, offset) entries followed by the values in the order they were added.
+// Header layout: byte order at 0, version at 2, section count at 24, the first section's
+// format id at 28 and offset at 44, the second's at 48 and 64. Damage is patched in with `patched`.
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <utility>
@@ -17,15 +20,17 @@ Bytes le16(uint16_t value);
 Bytes le32(uint32_t value);
 Bytes le64(uint64_t value);
 Bytes concat(std::initializer_list<Bytes> parts);
+// `bytes` with `with` written over it from offset `at`.
+Bytes patched(Bytes bytes, size_t at, const Bytes& with);
 
 // A typed value: the type word, then `content`.
 Bytes typed(uint32_t typeCode, const Bytes& content);
 // Narrow string: byte count (terminator included) and the bytes, padded to 4 when `pad`.
+// Type code 8 under a narrow code page is stored the same way.
 Bytes narrowString(const std::string& bytes, bool pad = true);
 // Wide string: unit count (terminator included), the units, padded to 4.
 Bytes wideString(const std::u16string& text);
-// Type code 8 as producers store it: a byte count, then the characters.
-Bytes bstrNarrow(const std::string& bytes);
+// Type code 8 under code page 1200 as producers store it: a byte count, then the units.
 Bytes bstrWide(const std::u16string& text);
 
 // Dictionary values (no type word): a count, then id and name for each entry.
@@ -44,17 +49,6 @@ public:
     // A table entry with an explicit offset and no bytes of its own.
     PropertyStreamBuilder& entryAt(uint32_t id, uint32_t offset);
 
-    PropertyStreamBuilder& byteOrder(uint16_t mark) { byteOrder_ = mark; return *this; }
-    PropertyStreamBuilder& version(uint16_t value) { version_ = value; return *this; }
-    // Writes this section count instead of the number of sections built.
-    PropertyStreamBuilder& claimSections(uint32_t count) { claimedSections_ = count; hasClaimedSections_ = true; return *this; }
-    // Writes this property count for the current section instead of its real one.
-    PropertyStreamBuilder& claimProperties(uint32_t count);
-    // Writes this offset in the list for the first section.
-    PropertyStreamBuilder& firstOffset(uint32_t offset) { firstOffset_ = offset; hasFirstOffset_ = true; return *this; }
-    // Writes this offset in the list for the second section.
-    PropertyStreamBuilder& secondOffset(uint32_t offset) { secondOffset_ = offset; hasSecondOffset_ = true; return *this; }
-
     Bytes build() const;
 
 private:
@@ -67,21 +61,10 @@ private:
     struct Section {
         Bytes fmtid;
         std::vector<Entry> entries;
-        bool hasClaimedCount = false;
-        uint32_t claimedCount = 0;
     };
     Section& current();
-    Bytes buildSection(const Section& section) const;
 
     std::vector<Section> sections_;
-    uint16_t byteOrder_ = 0xFFFE;
-    uint16_t version_ = 0;
-    bool hasClaimedSections_ = false;
-    uint32_t claimedSections_ = 0;
-    bool hasFirstOffset_ = false;
-    uint32_t firstOffset_ = 0;
-    bool hasSecondOffset_ = false;
-    uint32_t secondOffset_ = 0;
 };
 
 }  // namespace tovxtest
