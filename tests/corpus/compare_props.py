@@ -20,16 +20,13 @@ Files whose header the library refuses are left to compare_tree.py.
 Exit codes: 0 all agree, 1 a difference, 77 the corpus is not there (skipped).
 """
 
-import argparse
 import json
 import os
 import struct
-import subprocess
 import sys
 import time
 
-sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
-from compare_tree import SKIP, cat_argument, header_accepted, library_name  # noqa: E402
+from corpus_common import SKIP, cat_argument, corpus_arguments, header_accepted, library_name, load_oracle, report, run
 
 TEXT, INTEGER, FLOAT, BOOLEAN, DATE = 1, 2, 3, 4, 5
 CP1252_UNASSIGNED = {0x81, 0x8D, 0x8F, 0x90, 0x9D}
@@ -173,7 +170,7 @@ def expected_set(oracle_set, table):
 
 
 def compare_file(ststg, path, oracle):
-    result = subprocess.run([ststg, "props", "--json", path], capture_output=True)
+    result = run(ststg, "props", "--json", path)
     if result.returncode != 0:
         return ["props exit %d: %s" % (result.returncode, result.stderr.decode("utf-8", "replace"))], 0
     got = json.loads(result.stdout.decode("utf-8"))
@@ -187,7 +184,7 @@ def compare_file(ststg, path, oracle):
         problems.append("%d sets, want %d" % (len(sets), len(wanted)))
     for have, want in zip(sets, wanted):
         where = library_name(want["stream"])[1:]
-        stream = subprocess.run([ststg, "cat", path, cat_argument(library_name(want["stream"]))], capture_output=True)
+        stream = run(ststg, "cat", path, cat_argument(library_name(want["stream"])))
         fmtid, properties, unnamed = expected_set(want, StreamTable(stream.stdout))
         if fmtid is not None and have.get("id") != fmtid:
             problems.append("%s: id %s, want %s" % (where, have.get("id"), fmtid))
@@ -203,33 +200,20 @@ def compare_file(ststg, path, oracle):
 
 
 def main():
-    parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
-    parser.add_argument("--ststg", required=True)
-    parser.add_argument("--corpus", required=True)
-    args = parser.parse_args()
-    files_dir = os.path.join(args.corpus, "files")
-    oracle_dir = os.path.join(args.corpus, "oracle")
-    if not os.path.isdir(files_dir) or not os.path.isdir(oracle_dir):
-        print("SKIP: no corpus at %s" % os.path.abspath(args.corpus))
+    corpus = corpus_arguments(__doc__.splitlines()[0])
+    if corpus is None:
         return SKIP
+    ststg, files_dir, oracle_dir = corpus
     started = time.monotonic()
     failures = compared_files = compared_sets = 0
     for name in sorted(os.listdir(files_dir)):
         path = os.path.join(files_dir, name)
         if not header_accepted(path):
             continue
-        with open(os.path.join(oracle_dir, name + ".json"), encoding="utf-8") as f:
-            oracle = json.load(f)
-        problems, set_count = compare_file(args.ststg, path, oracle)
+        problems, set_count = compare_file(ststg, path, load_oracle(oracle_dir, name))
         compared_files += 1
         compared_sets += set_count
-        if problems:
-            failures += 1
-            print("FAIL %s" % name)
-            for problem in problems[:10]:
-                print("  " + problem)
-        else:
-            print("ok   %s: %d property sets" % (name, set_count))
+        failures += report(name, problems, "%d property sets" % set_count)
     print("%d files compared (%d property sets), %d differ, %.1f s"
           % (compared_files, compared_sets, failures, time.monotonic() - started))
     return 1 if failures else 0

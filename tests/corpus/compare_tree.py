@@ -20,54 +20,15 @@ must make ststg fail with exit code 1 and a message naming the file.
 Exit codes: 0 all agree, 1 a difference, 77 the corpus is not there (skipped).
 """
 
-import argparse
 import hashlib
 import json
 import os
-import struct
-import subprocess
 import sys
 import time
 
-SKIP = 77
+from corpus_common import SKIP, cat_argument, corpus_arguments, header_accepted, library_name, load_oracle, report, run
+
 TYPE_NUMBERS = {"storage": 1, "stream": 2, "root": 5}
-
-
-def library_name(name):
-    """The name as the library reads it: low bytes of the UTF-16 units, up to the first zero."""
-    units = name.encode("utf-16-le")
-    out = []
-    for low in units[0::2]:
-        if low == 0:
-            break
-        out.append(chr(low))
-    return "".join(out)
-
-
-def header_accepted(path):
-    """The library's header check: reserved fields zero, at most 5 directory sectors,
-    sector shift 9 or 12, mini sector shift 6. Byte order FE FF reads little-endian,
-    anything else reversed."""
-    with open(path, "rb") as f:
-        head = f.read(76).ljust(76, b"\0")
-    order = "<" if head[28:30] == b"\xfe\xff" else ">"
-    sector_shift, mini_shift, reserved_short = struct.unpack_from(order + "HHH", head, 30)
-    reserved_long, dir_sectors = struct.unpack_from(order + "II", head, 36)
-    return (reserved_short == 0 and reserved_long == 0 and dir_sectors <= 5
-            and sector_shift in (9, 12) and mini_shift == 6)
-
-
-def cat_argument(name):
-    """A name as ststg cat takes it: control characters as \\xHH, backslash doubled."""
-    out = []
-    for ch in name:
-        if ch == "\\":
-            out.append("\\\\")
-        elif ord(ch) < 0x20 or ord(ch) == 0x7F:
-            out.append("\\x%02x" % ord(ch))
-        else:
-            out.append(ch)
-    return "".join(out)
 
 
 class OracleTree:
@@ -134,10 +95,6 @@ class OracleTree:
         return kid
 
 
-def run(ststg, *arguments):
-    return subprocess.run([ststg, *arguments], capture_output=True)
-
-
 def check_refused(ststg, path, name):
     result = run(ststg, "tree", "--json", path)
     message = result.stderr.decode("utf-8", "replace")
@@ -172,39 +129,25 @@ def check_accepted(ststg, path, oracle):
 
 
 def main():
-    parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
-    parser.add_argument("--ststg", required=True)
-    parser.add_argument("--corpus", required=True)
-    args = parser.parse_args()
-    files_dir = os.path.join(args.corpus, "files")
-    oracle_dir = os.path.join(args.corpus, "oracle")
-    if not os.path.isdir(files_dir) or not os.path.isdir(oracle_dir):
-        print("SKIP: no corpus at %s" % os.path.abspath(args.corpus))
+    corpus = corpus_arguments(__doc__.splitlines()[0])
+    if corpus is None:
         return SKIP
-
+    ststg, files_dir, oracle_dir = corpus
     started = time.monotonic()
     failures = 0
     totals = [0, 0, 0]
     for name in sorted(os.listdir(files_dir)):
         path = os.path.join(files_dir, name)
         if not header_accepted(path):
-            problems = check_refused(args.ststg, path, name)
+            problems = check_refused(ststg, path, name)
             summary = "refused as it should be"
         else:
-            with open(os.path.join(oracle_dir, name + ".json"), encoding="utf-8") as f:
-                oracle = json.load(f)
-            problems, entry_count, stream_count = check_accepted(args.ststg, path, oracle)
+            problems, entry_count, stream_count = check_accepted(ststg, path, load_oracle(oracle_dir, name))
             totals[0] += 1
             totals[1] += entry_count
             totals[2] += stream_count
             summary = "%d entries, %d streams read" % (entry_count, stream_count)
-        if problems:
-            failures += 1
-            print("FAIL %s" % name)
-            for problem in problems[:10]:
-                print("  " + problem)
-        else:
-            print("ok   %s: %s" % (name, summary))
+        failures += report(name, problems, summary)
     print("%d files compared (%d entries, %d streams), %d differ, %.1f s"
           % (totals[0], totals[1], totals[2], failures, time.monotonic() - started))
     return 1 if failures else 0
