@@ -39,6 +39,7 @@ public:
     static TOVXString FromUtf8(const std::string& text);
     std::string ToUtf8() const;
     const char16_t* Units() const { return units_.c_str(); }
+    const std::u16string& Text() const { return units_; }  // all units, zeros included
     unsigned short At(int index) const { return static_cast<unsigned short>(units_[static_cast<size_t>(index)]); }
 
 private:

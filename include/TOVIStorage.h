@@ -2,6 +2,10 @@
 #define TOVI_STORAGE_H
 
 #include <cstdint>
+#include <memory>
+#include <string>
+#include <unordered_map>
+#include <vector>
 
 #include "TOVIPropertySetStorage.h"
 #include "TOVIPropertySetStorageHandle.h"
@@ -45,10 +49,22 @@ private:
     int getStreamFromMiniFat(const TOVStStorageDirEntry& entry, TOVIStream** ppStream);
     void addPropertySet(const TOVXString& name, TOVIPropertySetStorage& container);
 
+    // Lookups over the cached child list: for each name the first storage and the first
+    // stream by directory index, and the property-set streams in order. Built once from
+    // `elements`, which never changes after it is filled.
+    struct ChildIndex {
+        std::unordered_map<std::u16string, int> storages;
+        std::unordered_map<std::u16string, int> streams;
+        std::vector<int> propertySetStreams;
+    };
+    const ChildIndex* childIndex();
+    bool findChild(const TOVXString& name, bool storage, TOVStStorageDirEntry& entry);
+
     TOVStStorageFileInfo* stStorageFileInfo;
     TOVStStorageDirEntry directoryEntry;
     TOVXDynamicArray<TOVStStorageDirEntry> elements;
     TOVIPropertySetStorageHandle propertySetStorage;  // shared with sub-storages opened from here
+    std::unique_ptr<ChildIndex> children;              // null until a search needs it
 };
 
 // Opens the compound file at `path`: 0 with *ppStorage set to the root storage, which

@@ -49,6 +49,7 @@ TOVIStorage& TOVIStorage::operator=(const TOVIStorage& other) {
     directoryEntry = other.directoryEntry;
     elements = other.elements;
     propertySetStorage = other.propertySetStorage;
+    children.reset();  // rebuilt from the new list when a search needs it
     return *this;
 }
 
@@ -121,33 +122,45 @@ int TOVIStorage::enumElements(TOVXDynamicArray<TOVStStorageDirEntry>& out) {
     return out.Count() > 0 ? 0 : -1;
 }
 
-bool TOVIStorage::searchStorage(const TOVXString& name, TOVStStorageDirEntry& entry, bool thisLevelOnly) {
-    (void)thisLevelOnly;  // only this storage's own children are ever searched
-    TOVXDynamicArray<TOVStStorageDirEntry> children;
-    enumElements(children);
-    for (int i = 0; i < children.Count(); ++i) {
-        TOVStStorageDirEntry* child = children.At(i);
-        if (!child->isStorage()) continue;
-        if (name.compareTo(child->getName()) == 0) {
-            entry = *child;
-            return true;
+const TOVIStorage::ChildIndex* TOVIStorage::childIndex() {
+    if (children != nullptr) return children.get();
+    TOVXDynamicArray<TOVStStorageDirEntry> list;
+    if (enumElements(list) != 0) return nullptr;  // nothing to index yet; a later call tries again
+    auto index = std::make_unique<ChildIndex>();
+    const TOVXString propertySetPrefix(static_cast<unsigned short>(5));
+    for (int i = 0; i < list.Count(); ++i) {
+        TOVStStorageDirEntry* child = list.At(i);
+        const TOVXString name = child->getName();
+        // emplace keeps the first of several children with one name: the lowest index wins.
+        if (child->isStorage()) index->storages.emplace(name.Text(), i);
+        if (child->isStream()) {
+            index->streams.emplace(name.Text(), i);
+            if (name.startsWith(propertySetPrefix)) index->propertySetStreams.push_back(i);
         }
     }
-    return false;
+    children = std::move(index);
+    return children.get();
+}
+
+// Names are compared exactly, unit for unit, as they stand in the entries.
+bool TOVIStorage::findChild(const TOVXString& name, bool storage, TOVStStorageDirEntry& entry) {
+    const ChildIndex* index = childIndex();
+    if (index == nullptr) return false;
+    const auto& names = storage ? index->storages : index->streams;
+    const auto found = names.find(name.Text());
+    if (found == names.end()) return false;
+    entry = *elements.At(found->second);
+    return true;
+}
+
+bool TOVIStorage::searchStorage(const TOVXString& name, TOVStStorageDirEntry& entry, bool thisLevelOnly) {
+    (void)thisLevelOnly;  // only this storage's own children are ever searched
+    return findChild(name, true, entry);
 }
 
 bool TOVIStorage::searchStream(const TOVXString& name, TOVStStorageDirEntry& entry, bool thisLevelOnly) {
     (void)thisLevelOnly;
-    TOVXDynamicArray<TOVStStorageDirEntry> children;
-    enumElements(children);
-    for (int i = 0; i < children.Count(); ++i) {
-        TOVStStorageDirEntry* child = children.At(i);
-        if (name.compareTo(child->getName()) == 0 && child->isStream()) {
-            entry = *child;
-            return true;
-        }
-    }
-    return false;
+    return findChild(name, false, entry);
 }
 
 int TOVIStorage::openStorage(const TOVXString& name, TOVIStorage** ppStorage) {
@@ -178,14 +191,10 @@ TOVIPropertySetStorage* TOVIStorage::getPropertySetStorage() {
     TOVIPropertySetStorage* container = propertySetStorage;
     // Only a root discovers; a filled container counts as done, an empty one is filled again.
     if (!directoryEntry.isRoot() || container == nullptr || container->GetPropertyStorageCount() != 0) return container;
-    TOVXDynamicArray<TOVStStorageDirEntry> children;
-    if (enumElements(children) != 0) return container;
-    const TOVXString prefix(static_cast<unsigned short>(5));
-    for (int i = 0; i < children.Count(); ++i) {
-        TOVStStorageDirEntry* child = children.At(i);
-        const TOVXString name = child->getName();
-        if (child->isStream() && name.startsWith(prefix)) addPropertySet(name, *container);
-    }
+    // Every immediate child stream whose name begins with the unit 5, in directory order.
+    const ChildIndex* index = childIndex();
+    if (index == nullptr) return container;
+    for (const int position : index->propertySetStreams) addPropertySet(elements.At(position)->getName(), *container);
     return container;
 }
 

@@ -2,6 +2,8 @@
 
 #include <memory>
 #include <set>
+#include <string>
+#include <unordered_set>
 
 #include "TOVXMemoryManager.h"
 
@@ -18,18 +20,24 @@ struct Frame {
     TOVIStorage* storage = nullptr;
     OwnedStorage owned;  // null for the root, which the caller owns
     TOVXDynamicArray<TOVStStorageDirEntry> children;
+    std::vector<bool> shadowed;
     int next = 0;
     std::vector<TOVXString> path;
 };
 
-bool hasEarlierNamesake(const TOVXDynamicArray<TOVStStorageDirEntry>& children, int index) {
-    TOVStStorageDirEntry self = *children.At(index);
-    for (int i = 0; i < index; ++i) {
-        TOVStStorageDirEntry other = *children.At(i);
-        const bool sameKind = (other.isStream() && self.isStream()) || (other.isStorage() && self.isStorage());
-        if (sameKind && other.getName().equals(self.getName())) return true;
+// For each child, whether an earlier sibling of the same kind has the same name: a
+// lookup by name finds that sibling, never this one. One pass, whatever the number.
+std::vector<bool> shadowedChildren(const TOVXDynamicArray<TOVStStorageDirEntry>& children) {
+    std::unordered_set<std::u16string> streams;
+    std::unordered_set<std::u16string> storages;
+    std::vector<bool> shadowed(static_cast<size_t>(children.Count()), false);
+    for (int i = 0; i < children.Count(); ++i) {
+        TOVStStorageDirEntry child = *children.At(i);
+        if (!child.isStream() && !child.isStorage()) continue;
+        auto& seen = child.isStream() ? streams : storages;
+        shadowed[static_cast<size_t>(i)] = !seen.insert(child.getName().Text()).second;
     }
-    return false;
+    return shadowed;
 }
 
 }  // namespace
@@ -49,6 +57,7 @@ void StorageWalker::walk(TOVIStorage& root, const Visitor& visit) {
     std::vector<Frame> stack(1);
     stack.back().storage = &root;
     root.enumElements(stack.back().children);
+    stack.back().shadowed = shadowedChildren(stack.back().children);
 
     while (!stack.empty()) {
         Frame& frame = stack.back();
@@ -61,7 +70,7 @@ void StorageWalker::walk(TOVIStorage& root, const Visitor& visit) {
         item.entry = *frame.children.At(index);
         item.path = frame.path;
         item.path.push_back(item.entry.getName());
-        item.shadowed = hasEarlierNamesake(frame.children, index);
+        item.shadowed = frame.shadowed[static_cast<size_t>(index)];
         item.parent = frame.storage;
 
         OwnedStorage child;
@@ -87,6 +96,7 @@ void StorageWalker::walk(TOVIStorage& root, const Visitor& visit) {
         inner.owned = std::move(child);
         inner.path = std::move(item.path);
         inner.storage->enumElements(inner.children);
+        inner.shadowed = shadowedChildren(inner.children);
         stack.push_back(std::move(inner));  // `frame` is not used after this point
     }
 }
