@@ -19,6 +19,8 @@ struct WorkedValue {
     bool codePageFirst = false;
 };
 
+void PrintTo(const WorkedValue& worked, std::ostream* out) { *out << "type " << worked.typeCode << " as \"" << worked.text << '"'; }
+
 class WorkedValues : public ::testing::TestWithParam<WorkedValue> {};
 
 TEST_P(WorkedValues, GiveTheirTextAndType) {
