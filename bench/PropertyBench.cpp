@@ -32,7 +32,8 @@ BENCHMARK(BM_ParseTypicalSummary);
 
 // A property count of 0xFFFFFFFF in a stream of 100 bytes.
 void BM_ParseImpossibleCount(benchmark::State& state) {
-    Bytes stream = PropertyStreamBuilder().value(2, typed(3, le32(1))).claimProperties(0xFFFFFFFF).build();
+    // The one section starts at 48: its size word, then its property count at 52.
+    Bytes stream = patched(PropertyStreamBuilder().value(2, typed(3, le32(1))).build(), 52, le32(0xFFFFFFFF));
     stream.resize(100, 0);
     parse(state, stream);
 }

@@ -5,6 +5,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "CfbBuilder.h"
 #include "TOVIStorage.h"
@@ -90,6 +91,44 @@ void BM_OpenStreamAmongSiblings(benchmark::State& state) {
     tovxDelete(root);
 }
 BENCHMARK(BM_OpenStreamAmongSiblings);
+
+// Opening every child storage of a root (as a tree listing does): each open is a lookup
+// by name and shares the root's property sets, so the whole pass should be about linear.
+const ScratchFile& wideStoragesFile(int children) {
+    static std::map<int, std::unique_ptr<ScratchFile>> files;
+    auto& slot = files[children];
+    if (!slot) {
+        CfbBuilder builder;
+        for (int i = 0; i < children; ++i)
+            builder.addStream(CfbBuilder::kRoot, u"d" + std::u16string(std::to_string(i).begin(), std::to_string(i).end()), {});
+        tovxtest::CfbImage image = builder.layout();
+        for (int i = 1; i <= children; ++i) image.entries[static_cast<size_t>(i)].type = 1;  // empty storages
+        slot = std::make_unique<ScratchFile>(image.serialize());
+    }
+    return *slot;
+}
+
+void BM_OpenEveryChildStorage(benchmark::State& state) {
+    const int children = static_cast<int>(state.range(0));
+    const ScratchFile& file = wideStoragesFile(children);
+    std::vector<TOVXString> names;
+    for (int i = 0; i < children; ++i) names.push_back(TOVXString::FromUtf8("d" + std::to_string(i)));
+    for (auto _ : state) {
+        TOVIStorage* root = nullptr;
+        if (TOVStgOpenStorage(TOVXFilePath(file.path()), &root) != 0) {
+            state.SkipWithError("file did not open");
+            return;
+        }
+        for (const TOVXString& name : names) {
+            TOVIStorage* sub = nullptr;
+            root->openStorage(name, &sub);
+            tovxDelete(sub);
+        }
+        tovxDelete(root);
+    }
+    state.SetComplexityN(children);
+}
+BENCHMARK(BM_OpenEveryChildStorage)->RangeMultiplier(10)->Range(100, 100000)->Complexity();
 
 void BM_ReadLargeStream(benchmark::State& state) {
     if (tovxtest::corpusDir().empty()) {
