@@ -12,121 +12,70 @@
 
 namespace {
 
-std::string temporaryPath() {
-    TOVXTemporaryFile file(TOVXFilePath(), "TOVXStStorage.m\\src\\TOVXStorageReader", 51);
-    TOVXFilePath path;
-    file.GetPath(path);
-    return path.GetPath().ToUtf8();
+int firstByte(const TOVXFilePath& path) {
+    FILE* stream = path.OpenFile("rb");
+    if (stream == nullptr) return -2;
+    const int byte = std::fgetc(stream);
+    std::fclose(stream);
+    return byte;
 }
 
-// Points TMPDIR at a fresh folder for the length of a test.
-class TemporaryFolder {
-public:
-    TemporaryFolder() {
-        const char* old = std::getenv("TMPDIR");
-        if (old != nullptr) saved_ = old, hadOld_ = true;
-        char pattern[] = "/tmp/tovx-tmpdir-XXXXXX";
-        folder_ = mkdtemp(pattern);
-        setenv("TMPDIR", folder_.c_str(), 1);
-    }
-    ~TemporaryFolder() {
-        if (hadOld_) setenv("TMPDIR", saved_.c_str(), 1);
-        else unsetenv("TMPDIR");
-        rmdir(folder_.c_str());
-    }
-    const std::string& path() const { return folder_; }
-
-private:
-    std::string folder_, saved_;
-    bool hadOld_ = false;
+// Callers may hand in a derived path: both operations are reached through the object.
+struct RedirectedPath : TOVXFilePath {
+    std::string target;
+    TOVXString GetPath() const override { return TOVXString::FromUtf8(target); }
+    FILE* OpenFile(const char* mode) const override { return std::fopen(target.c_str(), mode); }
 };
 
 }  // namespace
 
-TEST(TemporaryFile, CreatesAPrivateFileInTmpdirThatOutlivesTheObject) {
-    TemporaryFolder folder;
-    const std::string path = temporaryPath();  // the object has ended here
-    ASSERT_FALSE(path.empty());
-    EXPECT_EQ(path.substr(0, folder.path().size() + 1), folder.path() + "/");
-    struct stat info;
-    ASSERT_EQ(stat(path.c_str(), &info), 0) << "the file stays for the caller to remove";
-    EXPECT_TRUE(S_ISREG(info.st_mode));
-    EXPECT_EQ(info.st_mode & 0777, 0600u);
-    EXPECT_EQ(info.st_size, 0);
-    EXPECT_EQ(std::remove(path.c_str()), 0);
-}
+TEST(TemporaryFile, CreatesUniquePrivateFilesInTmpdirThatOutliveTheObject) {
+    char pattern[] = "/tmp/tovx-tmpdir-XXXXXX";
+    const std::string folder = mkdtemp(pattern);
+    const char* old = std::getenv("TMPDIR");
+    const std::string saved = old != nullptr ? old : "";
+    setenv("TMPDIR", folder.c_str(), 1);
+    std::string paths[2];
+    for (std::string& path : paths) {
+        TOVXFilePath named;
+        TOVXTemporaryFile(TOVXFilePath(), "TOVXStStorage.m\\src\\TOVXStorageReader", 51).GetPath(named);
+        path = named.GetPath().ToUtf8();  // the object has ended here
+    }
+    old != nullptr ? setenv("TMPDIR", saved.c_str(), 1) : unsetenv("TMPDIR");
 
-TEST(TemporaryFile, NamesAreUniqueAndUsableAtOnce) {
-    TemporaryFolder folder;
-    TOVXTemporaryFile first(TOVXFilePath(), "test", 1);
-    TOVXTemporaryFile second(TOVXFilePath(), "test", 2);
-    TOVXFilePath a, b;
-    first.GetPath(a);
-    second.GetPath(b);
-    EXPECT_FALSE(a.GetPath().equals(b.GetPath()));
+    EXPECT_NE(paths[0], paths[1]);
+    for (const std::string& path : paths) {
+        EXPECT_EQ(path.substr(0, folder.size() + 1), folder + "/");
+        struct stat info;
+        ASSERT_EQ(stat(path.c_str(), &info), 0) << "the file stays for the caller to remove";
+        EXPECT_TRUE(S_ISREG(info.st_mode));
+        EXPECT_EQ(info.st_mode & 0777, 0600u);
+        EXPECT_EQ(info.st_size, 0);
+    }
     // A file can be written over the path right away, as the retry copy does.
-    FILE* stream = a.OpenFile("w+b");
+    FILE* stream = TOVXFilePath(paths[0]).OpenFile("w+b");
     ASSERT_NE(stream, nullptr);
     EXPECT_GE(std::fputs("copy", stream), 0);
-    std::rewind(stream);
-    EXPECT_EQ(std::fgetc(stream), 'c');
     std::fclose(stream);
-    std::remove(a.Utf8().c_str());
-    std::remove(b.Utf8().c_str());
+    EXPECT_EQ(firstByte(TOVXFilePath(paths[0])), 'c');
+    for (const std::string& path : paths) EXPECT_EQ(std::remove(path.c_str()), 0);
+    EXPECT_EQ(rmdir(folder.c_str()), 0);
 }
 
-TEST(FilePath, EmptyPathOpensNothing) {
-    const TOVXFilePath path;
-    EXPECT_EQ(path.GetPath().length(), 0);
-    EXPECT_EQ(path.OpenFile("rb"), nullptr);
-}
-
-TEST(FilePath, CopiesNameTheSameFile) {
-    const tovxtest::ScratchFile file({'x', 'y'});
-    const TOVXFilePath original(file.path());
-    TOVXFilePath assigned;
-    assigned = original;
-    const TOVXFilePath copied(original);
-    for (const TOVXFilePath* path : {static_cast<const TOVXFilePath*>(&assigned), &copied}) {
-        EXPECT_TRUE(path->GetPath().equals(original.GetPath()));
-        FILE* stream = path->OpenFile("rb");
-        ASSERT_NE(stream, nullptr);
-        EXPECT_EQ(std::fgetc(stream), 'x');
-        std::fclose(stream);
-    }
-    EXPECT_EQ(TOVXFilePath(file.path() + ".missing").OpenFile("rb"), nullptr);
+TEST(FilePath, OpensWhatItNamesAndCallsDerivedOverrides) {
+    const tovxtest::ScratchFile file({'x'});
+    EXPECT_EQ(firstByte(TOVXFilePath(file.path())), 'x');
+    EXPECT_EQ(firstByte(TOVXFilePath(file.path() + ".missing")), -2);
+    EXPECT_EQ(firstByte(TOVXFilePath()), -2);
+    RedirectedPath redirected;
+    redirected.target = file.path();
+    EXPECT_EQ(static_cast<const TOVXFilePath&>(redirected).GetPath().ToUtf8(), file.path());
+    EXPECT_EQ(firstByte(redirected), 'x');
 }
 
 TEST(FilePath, NonAsciiPathRoundTrips) {
     const std::string utf8 = "/tmp/\xCE\xB1\xCE\xB2-\xE6\x96\x87.doc";
-    const TOVXFilePath path(utf8);
-    const TOVXString text = path.GetPath();
+    const TOVXString text = TOVXFilePath(utf8).GetPath();
     EXPECT_EQ(text.At(5), 0x03B1);
     EXPECT_EQ(TOVXFilePath(text).Utf8(), utf8);
-}
-
-namespace {
-
-// Callers may hand in a derived path: both operations are reached through the object.
-class RedirectedPath : public TOVXFilePath {
-public:
-    explicit RedirectedPath(std::string target) : target_(std::move(target)) {}
-    TOVXString GetPath() const override { return TOVXString::FromUtf8(target_); }
-    FILE* OpenFile(const char* mode) const override { return std::fopen(target_.c_str(), mode); }
-
-private:
-    std::string target_;
-};
-
-}  // namespace
-
-TEST(FilePath, DerivedOperationsAreCalledThroughTheBase) {
-    const tovxtest::ScratchFile file({'z'});
-    const RedirectedPath redirected(file.path());
-    const TOVXFilePath& base = redirected;
-    EXPECT_EQ(base.GetPath().ToUtf8(), file.path());
-    FILE* stream = base.OpenFile("rb");
-    ASSERT_NE(stream, nullptr);
-    EXPECT_EQ(std::fgetc(stream), 'z');
-    std::fclose(stream);
 }

@@ -16,40 +16,32 @@ std::u16string decodeSafe(const std::string& safe) {
     if (safe == "%empty") return u"";
     std::string bytes;
     for (size_t i = 0; i < safe.size(); ++i) {
-        if (safe[i] == '%') {
-            bytes += static_cast<char>(std::stoi(safe.substr(i + 1, 2), nullptr, 16));
-            i += 2;
-        } else {
-            bytes += safe[i];
-        }
+        bytes += safe[i] == '%' ? static_cast<char>(std::stoi(safe.substr(i + 1, 2), nullptr, 16)) : safe[i];
+        if (safe[i] == '%') i += 2;
     }
     std::u16string out;
     tovx::decodeUtf8(reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size(), out);
     return out;
 }
 
-struct SafeCase {
-    std::u16string name;
-    std::string safe;
-};
+TOVXString parsed(const std::string& argument) {
+    TOVXString name;
+    std::string error;
+    EXPECT_TRUE(ststg::parseNameArgument(argument, name, error)) << argument << ": " << error;
+    return name;
+}
 
-TEST(StstgSafeFileName, HostileNamesBecomeHarmlessFileNames) {
-    const std::vector<SafeCase> cases = {
-        {u"WordDocument", "WordDocument"},
-        {u"", "%empty"},
-        {u".", "%2E"},
-        {u"..", "%2E%2E"},
-        {u"...", "..."},
-        {u"../../etc/passwd", "..%2F..%2Fetc%2Fpasswd"},
-        {u"..\\..\\boot.ini", "..%5C..%5Cboot.ini"},
-        {u"\x05SummaryInformation", "%05SummaryInformation"},
-        {u"\x01\x7f", "%01%7F"},
-        {u"100%", "100%25"},
-        {u"%empty", "%25empty"},
-        {u"a:b*c?\"<>|", "a%3Ab%2Ac%3F%22%3C%3E%7C"},
-        {u"caf\u00e9", "caf\xc3\xa9"},
+}  // namespace
+
+TEST(StstgSafeFileName, HostileNamesBecomeHarmlessFileNamesThatDecodeBack) {
+    struct Case { std::u16string name; std::string safe; };
+    const Case cases[] = {
+        {u"WordDocument", "WordDocument"}, {u"", "%empty"}, {u".", "%2E"}, {u"..", "%2E%2E"}, {u"...", "..."},
+        {u"../../etc/passwd", "..%2F..%2Fetc%2Fpasswd"}, {u"..\\..\\boot.ini", "..%5C..%5Cboot.ini"},
+        {u"\x05SummaryInformation", "%05SummaryInformation"}, {u"\x01\x7f", "%01%7F"}, {u"100%", "100%25"},
+        {u"%empty", "%25empty"}, {u"a:b*c?\"<>|", "a%3Ab%2Ac%3F%22%3C%3E%7C"}, {u"caf\u00e9", "caf\xc3\xa9"},
     };
-    for (const SafeCase& c : cases) {
+    for (const Case& c : cases) {
         const std::string safe = ststg::safeFileName(units(c.name));
         EXPECT_EQ(safe, c.safe);
         EXPECT_EQ(decodeSafe(safe), c.name) << safe;
@@ -59,46 +51,23 @@ TEST(StstgSafeFileName, HostileNamesBecomeHarmlessFileNames) {
 TEST(StstgSafeFileName, NoUnitPairEverLeavesItsFolder) {
     for (char16_t a = 1; a <= 0xFF; ++a) {
         for (char16_t b : {u'\0', u'.', u'/', u'\\', u'%', a}) {
-            std::u16string name(1, a);
-            if (b != 0) name += b;
+            const std::u16string name = b != 0 ? std::u16string{a, b} : std::u16string{a};
             const std::string safe = ststg::safeFileName(units(name));
-            ASSERT_FALSE(safe.empty());
-            ASSERT_NE(safe, ".");
-            ASSERT_NE(safe, "..");
-            ASSERT_EQ(safe.find('/'), std::string::npos) << safe;
-            ASSERT_EQ(safe.find('\\'), std::string::npos) << safe;
+            ASSERT_TRUE(safe != "" && safe != "." && safe != "..") << safe;
+            ASSERT_EQ(safe.find_first_of("/\\"), std::string::npos) << safe;
             ASSERT_EQ(decodeSafe(safe), name) << safe;
         }
     }
 }
 
-struct NameCase {
-    std::string argument;
-    std::u16string name;
-};
-
-TEST(StstgNameArgument, EscapesGiveTheUnitsTheyName) {
-    const std::vector<NameCase> cases = {
-        {"Workbook", u"Workbook"},
-        {"\\x05SummaryInformation", u"\x05SummaryInformation"},
-        {"\\005SummaryInformation", u"\x05SummaryInformation"},
-        {"\\5x", u"\x05x"},
-        {"\\0011", u"\x01" u"1"},
-        {"\\377", u"\u00ff"},
-        {"a\\\\b", u"a\\b"},
-        {"\\x1F\\x7f", u"\x1f\x7f"},
-        {"caf\xc3\xa9", u"caf\u00e9"},
-        {"\xce\xb1", u"\u03b1"},
+TEST(StstgNameArgument, EscapesGiveTheUnitsTheyNameAndMalformedNamesAreRefused) {
+    struct Case { std::string argument; std::u16string name; };
+    const Case cases[] = {
+        {"Workbook", u"Workbook"}, {"\\x05SummaryInformation", u"\x05SummaryInformation"}, {"\\005SummaryInformation", u"\x05SummaryInformation"},
+        {"\\5x", u"\x05x"}, {"\\0011", u"\x01" u"1"}, {"\\377", u"\u00ff"}, {"a\\\\b", u"a\\b"}, {"\\x1F\\x7f", u"\x1f\x7f"},
+        {"caf\xc3\xa9", u"caf\u00e9"}, {"\xce\xb1", u"\u03b1"},
     };
-    for (const NameCase& c : cases) {
-        TOVXString name;
-        std::string error;
-        ASSERT_TRUE(ststg::parseNameArgument(c.argument, name, error)) << c.argument << ": " << error;
-        EXPECT_TRUE(name.equals(units(c.name))) << c.argument;
-    }
-}
-
-TEST(StstgNameArgument, MalformedNamesAreRefusedWithAReason) {
+    for (const Case& c : cases) EXPECT_TRUE(parsed(c.argument).equals(units(c.name))) << c.argument;
     for (const std::string argument : {"\\q", "\\X05", "\\x0", "\\x", "\\xZZ", "\\400", "\\0", "\\000", "a\\", "\xff", "\xc3"}) {
         TOVXString name;
         std::string error;
@@ -109,12 +78,8 @@ TEST(StstgNameArgument, MalformedNamesAreRefusedWithAReason) {
 
 TEST(StstgDisplayName, EveryPrintedNameParsesBackToItself) {
     for (char16_t unit = 1; unit <= 0xFF; ++unit) {
-        const std::u16string text = std::u16string(u"a") + unit + u"\\";
-        const std::string shown = ststg::displayName(units(text));
-        TOVXString parsed;
-        std::string error;
-        ASSERT_TRUE(ststg::parseNameArgument(shown, parsed, error)) << shown << ": " << error;
-        ASSERT_TRUE(parsed.equals(units(text))) << shown;
+        const TOVXString name = units(std::u16string(u"a") + unit + u"\\");
+        ASSERT_TRUE(parsed(ststg::displayName(name)).equals(name)) << ststg::displayName(name);
     }
     EXPECT_EQ(ststg::displayName(units(u"\x05Sum")), "\\x05Sum");
     EXPECT_EQ(ststg::displayName(units(u"")), "\"\"");
@@ -130,12 +95,8 @@ TEST(StstgJsonString, EscapesWhatJsonRequiresAndKeepsTheRest) {
     EXPECT_EQ(ststg::jsonString("\xc3"), "\"\xc3\x83\"");
 }
 
-TEST(StstgKindName, NamesTheKnownTypesAndNumbersTheRest) {
-    EXPECT_EQ(ststg::kindName(1), "storage");
-    EXPECT_EQ(ststg::kindName(2), "stream");
-    EXPECT_EQ(ststg::kindName(5), "root");
+TEST(StstgKindName, NumbersTypesOutsideTheKnownSet) {
+    // storage, stream and root show in the tree listing's test.
     EXPECT_EQ(ststg::kindName(0), "invalid");
     EXPECT_EQ(ststg::kindName(9), "type 9");
 }
-
-}  // namespace
