@@ -52,12 +52,6 @@ TEST(TemporaryFile, CreatesUniquePrivateFilesInTmpdirThatOutliveTheObject) {
         EXPECT_EQ(info.st_mode & 0777, 0600u);
         EXPECT_EQ(info.st_size, 0);
     }
-    // A file can be written over the path right away, as the retry copy does.
-    FILE* stream = TOVXFilePath(paths[0]).OpenFile("w+b");
-    ASSERT_NE(stream, nullptr);
-    EXPECT_GE(std::fputs("copy", stream), 0);
-    std::fclose(stream);
-    EXPECT_EQ(firstByte(TOVXFilePath(paths[0])), 'c');
     for (const std::string& path : paths) EXPECT_EQ(std::remove(path.c_str()), 0);
     EXPECT_EQ(rmdir(folder.c_str()), 0);
 }
