@@ -19,12 +19,9 @@ inline TOVStStorageFileInfo loadImage(const std::vector<uint8_t>& bytes) {
     return TOVStStorageFileInfo(TOVXFilePath(file.path()));
 }
 
-inline std::vector<unsigned int> tableOf(const TOVXDynamicArray<unsigned int>& table) {
-    return std::vector<unsigned int>(table.begin(), table.end());
-}
-
-inline std::vector<uint8_t> bytesOf(const TOVXDynamicArray<unsigned char>& array) {
-    return std::vector<uint8_t>(array.begin(), array.end());
+template <typename T>
+std::vector<T> vectorOf(const TOVXDynamicArray<T>& array) {
+    return std::vector<T>(array.begin(), array.end());
 }
 
 // No table of an image may grow past what the file's size allows: every walk is
