@@ -67,6 +67,10 @@ TEST(ImageDamage, ChainsEndAtLoopsBadLinksAndTheFilesEnd) {
              l.entries[0].size = 0xFFFFFFFF;
              for (uint32_t s = c.back(); s + 1 < l.sectors.size(); ++s) l.fat[s] = s + 1;
          }, kToFileEnd},
+        {"mini stream: root size just below 2 GiB", kMiniStream, [](CfbImage& l, const Sectors& c) {
+             l.entries[0].size = 0x7FFFFFF0;
+             for (uint32_t s = c.back(); s + 1 < l.sectors.size(); ++s) l.fat[s] = s + 1;
+         }, kToFileEnd},
     };
     for (const Case& c : cases) {
         CfbImage layout = manySectors();

@@ -35,6 +35,8 @@ inline void expectTablesBoundedByFileSize(const TOVStStorageFileInfo& image, siz
     EXPECT_LE(static_cast<uint64_t>(image.miniFatTable().Count()), sectors * words);
     EXPECT_LE(static_cast<uint64_t>(image.dirTable().Count()), sectors * (sectorSize / 128));
     EXPECT_LE(static_cast<uint64_t>(image.miniStreamBytes().Count()), static_cast<uint64_t>(fileBytes));
+    // Nor may room be reserved for more than that: a root may claim any mini stream length.
+    EXPECT_LE(static_cast<uint64_t>(image.miniStreamBytes().header->capacity), static_cast<uint64_t>(fileBytes) + sectorSize);
 }
 
 }  // namespace imagetest
