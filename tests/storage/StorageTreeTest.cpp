@@ -107,14 +107,20 @@ TEST(StorageTree, HundredThousandLongSiblingChainEndsWithoutDeepRecursion) {
     EXPECT_EQ(stream, nullptr);
 }
 
-TEST(StorageTree, SearchesLookAtImmediateChildrenByKindAndFirstIndexWins) {
+TEST(StorageTree, SearchesLookAtImmediateChildrenByKindAndNameAndFirstIndexWins) {
     CfbBuilder builder;
     const int docs = builder.addStorage(CfbBuilder::kRoot, u"Docs");
     builder.addStream(docs, u"Inner", u8("inner bytes"));
     builder.addStream(CfbBuilder::kRoot, u"Docs", u8("a stream named like the storage"));
     builder.addStream(CfbBuilder::kRoot, u"Twin", u8("first twin"));
     builder.addStream(CfbBuilder::kRoot, u"Twin", u8("second twin"));
-    OpenedFile opened(builder.build());
+    builder.addStream(CfbBuilder::kRoot, u"empty", {});
+    builder.addStream(CfbBuilder::kRoot, u"\u041f\u0438", u8("cyrillic"));  // stored as the units 0x041F 0x0438
+    const int bad = builder.addStorage(CfbBuilder::kRoot, u"Bad");
+    builder.addStream(bad, u"x", u8("x"));
+    CfbImage image = builder.layout();
+    image.entries[static_cast<size_t>(bad)].colour = 2;  // neither red nor black: listed, but not valid
+    OpenedFile opened(image.serialize());
 
     TOVIStorage* sub = nullptr;
     ASSERT_EQ(opened.root->openStorage(TOVXString::FromUtf8("Docs"), &sub), 0);
@@ -131,9 +137,25 @@ TEST(StorageTree, SearchesLookAtImmediateChildrenByKindAndFirstIndexWins) {
     stream = reinterpret_cast<TOVIStream*>(0x1);
     EXPECT_EQ(opened.root->openStream(TOVXString::FromUtf8("Inner"), &stream), -1) << "grandchildren are not searched";
     EXPECT_EQ(stream, nullptr);
+    stream = reinterpret_cast<TOVIStream*>(0x1);
+    EXPECT_EQ(opened.root->openStream(TOVXString::FromUtf8("Bad"), &stream), -1) << "a storage is no stream";
+    EXPECT_EQ(stream, nullptr);
+    stream = reinterpret_cast<TOVIStream*>(0x1);
+    EXPECT_EQ(opened.root->openStream(TOVXString::FromUtf8("empty"), &stream), -1);
+    EXPECT_EQ(stream, reinterpret_cast<TOVIStream*>(0x1)) << "an empty stream leaves the pointer alone";
     TOVIStorage* none = reinterpret_cast<TOVIStorage*>(0x1);
     EXPECT_EQ(opened.root->openStorage(TOVXString::FromUtf8("Twin"), &none), -1) << "a stream is no storage";
     EXPECT_EQ(none, nullptr);
+    none = reinterpret_cast<TOVIStorage*>(0x1);
+    EXPECT_EQ(opened.root->openStorage(TOVXString::FromUtf8("Bad"), &none), -1) << "found, but the entry is not valid";
+    EXPECT_EQ(none, nullptr);
+
+    // A name is found as the low bytes of its stored units, and only so.
+    stream = nullptr;
+    EXPECT_EQ(opened.root->openStream(text(u"\u041f\u0438"), &stream), -1);
+    ASSERT_EQ(opened.root->openStream(text(u"\x1f\x38"), &stream), 0);
+    EXPECT_EQ(stream->length(), 8u);
+    tovxDelete(stream);
 
     // The sub-storage has an image of its own and outlives the root.
     tovxDelete(opened.root);
@@ -143,31 +165,6 @@ TEST(StorageTree, SearchesLookAtImmediateChildrenByKindAndFirstIndexWins) {
     EXPECT_EQ(std::string(reinterpret_cast<const char*>(stream->data()), stream->length()), "inner bytes");
     tovxDelete(stream);
     tovxDelete(sub);
-}
-
-TEST(StorageTree, NamesAreMatchedAsTheLowBytesOfTheStoredUnits) {
-    CfbBuilder builder;
-    builder.addStream(CfbBuilder::kRoot, u"\u041f\u0438", u8("cyrillic"));  // stored 0x041F 0x0438
-    OpenedFile opened(builder.build());
-    TOVIStream* stream = nullptr;
-    EXPECT_EQ(opened.root->openStream(text(u"\u041f\u0438"), &stream), -1);
-    EXPECT_EQ(stream, nullptr);
-    ASSERT_EQ(opened.root->openStream(text(u"\x1f\x38"), &stream), 0);
-    EXPECT_EQ(stream->length(), 8u);
-    tovxDelete(stream);
-}
-
-TEST(StorageTree, EntryThatFailsTheValidityTestCannotBeOpened) {
-    CfbBuilder builder;
-    const int storage = builder.addStorage(CfbBuilder::kRoot, u"Bad");
-    builder.addStream(storage, u"x", u8("x"));
-    CfbImage image = builder.layout();
-    image.entries[storage].colour = 2;  // neither red nor black
-    OpenedFile opened(image.serialize());
-    EXPECT_EQ(childNames(opened.root), std::vector<std::string>{"Bad"}) << "listed all the same";
-    TOVIStorage* sub = reinterpret_cast<TOVIStorage*>(0x1);
-    EXPECT_EQ(opened.root->openStorage(TOVXString::FromUtf8("Bad"), &sub), -1);
-    EXPECT_EQ(sub, nullptr);
 }
 
 TEST(StorageTree, OpeningAndCopyingGiveIndependentImages) {
