@@ -1,15 +1,7 @@
 #ifndef TOVX_FILE_TIME_H
 #define TOVX_FILE_TIME_H
 
-#ifdef _WIN32
-#include <windows.h>
-#else
-#include <cstdint>
-// 100-nanosecond intervals since 1601-01-01 UTC, in two halves, low half first.
-struct FILETIME {
-    uint32_t dwLowDateTime;
-    uint32_t dwHighDateTime;
-};
-#endif
+// FILETIME: the system's own on Windows, the base platform layer's elsewhere.
+#include "TOVXPlatform.h"
 
 #endif

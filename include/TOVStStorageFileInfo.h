@@ -75,12 +75,4 @@ private:
     uint32_t fileSectors = 0;
 };
 
-// File read primitives. Short reads are not reported: missing bytes read as zeros.
-void readFileValue(FILE* stream, void* destination, int size, bool littleEndian);
-void readFileByte(FILE* stream, unsigned char& value);
-void readFileUShort(FILE* stream, uint16_t& value, bool littleEndian);
-void readFileULong(FILE* stream, uint32_t& value, bool littleEndian);
-void readFileBytes(FILE* stream, int count, unsigned char* destination);
-void seekFile(FILE* stream, uint32_t position);
-
 #endif

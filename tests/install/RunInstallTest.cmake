@@ -27,6 +27,13 @@ foreach(installed include/TOVXStStorage/TOVIStorage.h include/TOVXStStorage/TOVX
   endif()
 endforeach()
 
+# Only exported headers are installed: the library's internal ones stay in its sources.
+foreach(internal TOVStSectorChain.h TOVStFileRead.h)
+  if(EXISTS ${prefix}/include/TOVXStStorage/${internal})
+    message(FATAL_ERROR "install placed the internal header ${internal}")
+  endif()
+endforeach()
+
 run_step("configure consumer" ${CMAKE_COMMAND} -S ${CONSUMER_DIR} -B ${consumer_build}
          -DCMAKE_PREFIX_PATH=${prefix} -DCMAKE_FIND_USE_PACKAGE_REGISTRY=OFF
          -DCMAKE_CXX_COMPILER=${CXX_COMPILER} "-DCMAKE_CXX_FLAGS=${CXX_FLAGS}"

@@ -5,6 +5,7 @@
 #include <unordered_set>
 #include <vector>
 
+#include "TOVStFileRead.h"
 #include "TOVStSectorChain.h"
 #include "TOVStStorageConstants.h"
 #include "TOVXMemoryManager.h"

@@ -5,24 +5,12 @@
 #include <unordered_set>
 #include <vector>
 
+#include "TOVStFileRead.h"
 #include "TOVStSectorChain.h"
 #include "TOVStStorageConstants.h"
 #include "TOVXMemoryManager.h"
 
 namespace {
-
-// Positions are signed 32-bit offsets: a position at or above 2 GiB cannot be reached and reads as zeros.
-constexpr uint32_t kLargestPosition = 0x7FFFFFFFu;
-
-// Multi-byte fields: with `littleEndian` false the first stored byte is the most significant.
-uint16_t decode16(const unsigned char* bytes, bool littleEndian) {
-    return littleEndian ? static_cast<uint16_t>(bytes[0] | bytes[1] << 8) : static_cast<uint16_t>(bytes[1] | bytes[0] << 8);
-}
-
-uint32_t decode32(const unsigned char* bytes, bool littleEndian) {
-    return littleEndian ? (uint32_t(bytes[0]) | uint32_t(bytes[1]) << 8 | uint32_t(bytes[2]) << 16 | uint32_t(bytes[3]) << 24)
-                        : (uint32_t(bytes[3]) | uint32_t(bytes[2]) << 8 | uint32_t(bytes[1]) << 16 | uint32_t(bytes[0]) << 24);
-}
 
 uint32_t fileSizeOf(FILE* stream) {
     if (std::fseek(stream, 0, SEEK_END) != 0) return 0;
@@ -33,44 +21,6 @@ uint32_t fileSizeOf(FILE* stream) {
 }
 
 }  // namespace
-
-// ---- file read primitives -------------------------------------------------------------
-
-void readFileValue(FILE* stream, void* destination, int size, bool littleEndian) {
-    unsigned char buffer[8] = {};
-    if (size <= 0 || size > 8) return;
-    (void)std::fread(buffer, 1, static_cast<size_t>(size), stream);  // a short read leaves zeros
-    unsigned char* out = static_cast<unsigned char*>(destination);
-    for (int i = 0; i < size; ++i) out[i] = littleEndian ? buffer[i] : buffer[size - 1 - i];
-}
-
-void readFileByte(FILE* stream, unsigned char& value) { readFileValue(stream, &value, 1, true); }
-
-void readFileUShort(FILE* stream, uint16_t& value, bool littleEndian) {
-    unsigned char bytes[2];
-    readFileValue(stream, bytes, 2, true);
-    value = decode16(bytes, littleEndian);
-}
-
-void readFileULong(FILE* stream, uint32_t& value, bool littleEndian) {
-    unsigned char bytes[4];
-    readFileValue(stream, bytes, 4, true);
-    value = decode32(bytes, littleEndian);
-}
-
-void readFileBytes(FILE* stream, int count, unsigned char* destination) {
-    if (count <= 0 || destination == nullptr) return;
-    std::memset(destination, 0, static_cast<size_t>(count));
-    (void)std::fread(destination, 1, static_cast<size_t>(count), stream);
-}
-
-void seekFile(FILE* stream, uint32_t position) {
-    // Out of reach: park the stream at its end so that what follows reads as zeros.
-    if (position > kLargestPosition)
-        std::fseek(stream, 0, SEEK_END);
-    else
-        std::fseek(stream, static_cast<long>(position), SEEK_SET);
-}
 
 // ---- construction and copies ----------------------------------------------------------
 

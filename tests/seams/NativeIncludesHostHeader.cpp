@@ -1,0 +1,3 @@
+// Native code may not reach the host stack.
+#include "TOVIStorage.h"
+#include "TOVXStorageReader.h"
