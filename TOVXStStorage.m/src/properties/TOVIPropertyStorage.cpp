@@ -221,9 +221,9 @@ void TOVIPropertyStorage::ReadCLSID(Cursor& cursor, unsigned char* id) {
 
 // ---- Strings ----------------------------------------------------------------------------
 
-// Narrow text in its section's code page where the library has a table for it (Mac Roman
-// and the other single-byte pages); otherwise through TOVXString's own narrow decoding, which
-// reads UTF-8 (code page 65001) and Windows-1252.
+// Narrow text in its section's code page, from the library's tables or through the platform.
+// A code page that neither knows (0 among them, a section without one) falls back to
+// TOVXString's own narrow decoding: UTF-8 when the bytes are valid UTF-8, else Windows-1252.
 TOVXString TOVIPropertyStorage::decodeNarrow(const unsigned char* bytes, uint32_t count) const {
     TOVXString text;
     if (TOVXCodePage::Decode(bytes, static_cast<int>(count), textCodePage(), text)) return text;
