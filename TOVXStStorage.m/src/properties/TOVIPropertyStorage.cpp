@@ -44,12 +44,6 @@ bool isSignedConversion(const char* format) {
 
 bool hasLongModifier(const char* format) { return std::strchr(format, 'l') != nullptr; }
 
-template <typename T>
-void ownBlock(TOVXDynamicArray<T>& array) {
-    // Copies of an array share its block; an element written here must not show through a copy.
-    if (tovxArrayIsShared(array.header)) array.Reserve(array.header->capacity);
-}
-
 }  // namespace
 
 TOVIPropertyStorage::TOVIPropertyStorage()
@@ -418,8 +412,8 @@ void TOVIPropertyStorage::AddOrUpdateProperty(TOVXProperty* property) {
     const int slot = propertyPositions.Find(&id);
     if (slot >= 0) {
         // A later property with the same id takes the earlier one's place.
-        ownBlock(properties);
-        *properties.At(*propertyPositions.values.At(slot)) = handle;
+        TOVXPropertyHandle* earlier = properties.MutableAt(*propertyPositions.values.At(slot));
+        if (earlier != nullptr) *earlier = handle;
         return;
     }
     propertyPositions.AddEntry(id, properties.Count());
@@ -443,8 +437,9 @@ void TOVIPropertyStorage::MergeDisplayNames() {
         TOVXProperty* named = tovxNew<TOVXProperty>(*displayNames.values.At(slot), static_cast<ValueType>(type), value);
         if (named == nullptr) continue;
         named->SetID(id);
-        ownBlock(properties);
-        *properties.At(i) = TOVXPropertyHandle(named);
+        const TOVXPropertyHandle namedHandle(named);  // owns the new property even when no slot can take it
+        TOVXPropertyHandle* slotOfOld = properties.MutableAt(i);
+        if (slotOfOld != nullptr) *slotOfOld = namedHandle;
     }
 }
 
