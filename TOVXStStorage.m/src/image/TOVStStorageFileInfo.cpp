@@ -47,7 +47,9 @@ uint32_t fileSizeOf(FILE* stream) {
 // Table sectors by file position, so that a sector that the tables name again (a header whose
 // unused FAT-list words are 0 names sector 0 up to 900 times) is read from the file once.
 struct TOVStStorageFileInfo::LoadCache {
-    std::unordered_map<uint32_t, std::vector<unsigned char>> sectors;
+    explicit LoadCache(uint32_t size) : sectorSize(size), zeros(size, 0) {}
+    uint32_t sectorSize;
+    std::unordered_map<uint32_t, std::vector<unsigned char>> sectors;  // by file position
     std::vector<unsigned char> zeros;  // every sector wholly past the file's end
 };
 
@@ -70,8 +72,7 @@ TOVStStorageFileInfo::TOVStStorageFileInfo(const TOVXFilePath& path) {
         // Every walk visits at least its start sector, even in a file that ends inside the header.
         fileSectors = std::max<uint32_t>(1, fileBytes > size ? (fileBytes - size + size - 1) / size : 0);
         fileMiniSectors = std::max<uint32_t>(1, fileBytes >> header.miniSectorShift);
-        LoadCache cache;
-        cache.zeros.assign(size, 0);
+        LoadCache cache(size);
         loadCache = &cache;
         readDifSector(stream);
         readFatSector(stream);
@@ -179,14 +180,14 @@ uint32_t TOVStStorageFileInfo::getEquivalentMiniFatBytePos(unsigned int miniSect
 uint32_t TOVStStorageFileInfo::readWord(const unsigned char* bytes) const { return decode32(bytes, littleEndian); }
 
 void TOVStStorageFileInfo::readSector(FILE* stream, uint32_t sector, uint32_t count, unsigned char* destination) const {
-    if (count == 0 || destination == nullptr) return;
-    std::memset(destination, 0, count);
+    if (count == 0 || count > kLargestPosition || destination == nullptr) return;
     const uint32_t position = getEquivalentFatBytePos(sector);
-    if (position > kLargestPosition || count > kLargestPosition) return;
-    // Sectors that run on past the position limit cannot be reached either.
-    const uint32_t reachable = std::min(count, kLargestPosition - position + 1);
+    // Sectors at or running on past the position limit cannot be reached: they read as zeros.
+    const uint32_t reachable = position > kLargestPosition ? 0 : std::min(count, kLargestPosition - position + 1);
+    if (reachable < count) std::memset(destination + reachable, 0, count - reachable);
+    if (reachable == 0) return;
     seekFile(stream, position);
-    readFileBytes(stream, static_cast<int>(reachable), destination);
+    readFileBytes(stream, static_cast<int>(reachable), destination);  // what the file lacks reads as zeros
 }
 
 // The bytes of a table sector, read from the file the first time only.
@@ -195,15 +196,15 @@ const unsigned char* TOVStStorageFileInfo::tableSector(FILE* stream, uint32_t se
     if (position > kLargestPosition || position >= fileBytes) return loadCache->zeros.data();
     std::vector<unsigned char>& bytes = loadCache->sectors[position];
     if (bytes.empty()) {
-        bytes.resize(sectorSize());
-        readSector(stream, sector, sectorSize(), bytes.data());
+        bytes.resize(loadCache->sectorSize);
+        readSector(stream, sector, loadCache->sectorSize, bytes.data());
     }
     return bytes.data();
 }
 
 // Appends the words of one whole table sector.
 void TOVStStorageFileInfo::appendTableSector(FILE* stream, uint32_t sector, TOVXDynamicArray<unsigned int>& table) {
-    const uint32_t entries = sectorSize() / 4;
+    const uint32_t entries = loadCache->sectorSize / 4;
     const unsigned char* bytes = tableSector(stream, sector);
     unsigned int words[1024];
     for (uint32_t i = 0; i < entries; ++i) words[i] = readWord(&bytes[i * 4]);
@@ -241,6 +242,7 @@ void TOVStStorageFileInfo::readFatSector(FILE* stream) {
     for (const unsigned int sector : difSectors)
         if (listed(sector)) order.push_back(sector);
     fatSectors.Reserve(static_cast<int>(order.size() * entries));
+    loadCache->sectors.reserve(std::min<size_t>(order.size(), fileSectors + 1));
     for (const uint32_t sector : order) appendTableSector(stream, sector, fatSectors);
 }
 
