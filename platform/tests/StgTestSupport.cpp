@@ -1,5 +1,10 @@
 #include "StgTestSupport.h"
 
+#include "CfbBuilder.h"
+#include "PropertyStreamBuilder.h"
+
+using namespace tovxtest;
+
 namespace stgtest {
 
 std::vector<WCHAR> wide(const std::string& text) {
@@ -50,6 +55,39 @@ std::string narrow(const WCHAR* text) {
 
 HRESULT openFile(const std::string& path, DWORD mode, Ref<IStorage>& storage) {
     return StgOpenStorage(wide(path).data(), nullptr, mode, nullptr, 0, storage.out());
+}
+
+std::vector<uint8_t> storedId(const GUID& id) {
+    Bytes bytes = concat({le32(id.Data1), le16(id.Data2), le16(id.Data3)});
+    bytes.insert(bytes.end(), id.Data4, id.Data4 + 8);
+    return bytes;
+}
+
+std::vector<uint8_t> sampleFile() {
+    const Bytes documentSummary = PropertyStreamBuilder()
+                                      .section(storedId(FMTID_DocSummaryInformation))
+                                      .value(PID_CODEPAGE, typed(VT_I2, concat({le16(1252), le16(0)})))
+                                      .value(2, typed(VT_LPSTR, narrowString("Category")))
+                                      .section(storedId(FMTID_UserDefinedProperties))
+                                      .value(PID_CODEPAGE, typed(VT_I2, concat({le16(1200), le16(0)})))
+                                      .value(PID_DICTIONARY, wideDictionary({{2, u"Named"}}))
+                                      .value(2, typed(VT_I4, le32(7)))
+                                      .value(3, typed(VT_I4, le32(8)))
+                                      .build();
+    const Bytes other = PropertyStreamBuilder()
+                            .section(formatId(0x10))
+                            .value(2, typed(VT_UI2, concat({le16(65000), le16(0)})))
+                            .build();
+    CfbBuilder builder;
+    builder.addStream(CfbBuilder::kRoot, u"CaseTest", patternBytes(100, 1));
+    builder.addStream(CfbBuilder::kRoot, u"Документ", patternBytes(5000, 2));
+    builder.addStream(CfbBuilder::kRoot, u"ÆØÅ", patternBytes(10, 3));
+    const int storage = builder.addStorage(CfbBuilder::kRoot, u"SubStg");
+    builder.addStream(storage, u"Inner", patternBytes(70, 4));
+    builder.addStream(CfbBuilder::kRoot, u"\005DocumentSummaryInformation", documentSummary);
+    builder.addStream(CfbBuilder::kRoot, u"\005Junk", patternBytes(64, 5));
+    builder.addStream(CfbBuilder::kRoot, u"\005baaaaaaaaaaaaaaaaaaaaaaaaa", other);
+    return builder.build();
 }
 
 }  // namespace stgtest

@@ -35,6 +35,15 @@ private:
 
 HRESULT openFile(const std::string& path, DWORD mode, Ref<IStorage>& storage);
 
+// The 16 bytes of a format id as a property-set stream stores it.
+std::vector<uint8_t> storedId(const GUID& id);
+
+// A compound file for the status tables: streams "CaseTest" (100 bytes, mini), "Документ" (5000
+// bytes), "ÆØÅ", a storage "SubStg" holding "Inner", a document summary stream of two sections (a
+// Unicode user-defined one naming id 2 "Named" and leaving id 3 unnamed), "\005Junk" (no
+// property set) and a set under the base-32 name "\005baaaaaaaaaaaaaaaaaaaaaaaaa".
+std::vector<uint8_t> sampleFile();
+
 }  // namespace stgtest
 
 #endif
