@@ -134,19 +134,19 @@ std::vector<std::string> corpusFiles() {
     return names;
 }
 
-class CorpusWalk : public testing::TestWithParam<std::string> {
+class StgCorpusWalk : public testing::TestWithParam<std::string> {
 protected:
     std::string file(const std::string& folder, const std::string& suffix = "") const {
         return tovxtest::corpusDir() + "/" + folder + "/" + GetParam() + suffix;
     }
 };
 
-TEST(CorpusWalkSetup, CorpusIsThere) {
+TEST(StgCorpusWalkSetup, CorpusIsThere) {
     if (tovxtest::corpusDir().empty()) GTEST_SKIP() << "corpus not found beside the project (../shared/corpus/files)";
     EXPECT_GT(corpusFiles().size(), 40u);
 }
 
-TEST_P(CorpusWalk, TreeStreamsAndOrderAgreeWithTheRealService) {
+TEST_P(StgCorpusWalk, TreeStreamsAndOrderAgreeWithTheRealService) {
     const json platform = loadJson(file("platform-oracle", ".json"));
     const std::vector<WCHAR> path = stgtest::wide(file("files"));
     EXPECT_EQ(StgIsStorageFile(path.data()), std::stoul(platform["is_storage_file_hr"].get<std::string>(), nullptr, 16));
@@ -323,7 +323,7 @@ void openPath(IStorage* root, const std::string& path, Ref<IStorage>& storage) {
     }
 }
 
-TEST_P(CorpusWalk, PropertySetsAgreeWithTheIndependentReading) {
+TEST_P(StgCorpusWalk, PropertySetsAgreeWithTheIndependentReading) {
     const json oracle = loadJson(file("oracle", ".json"));
     Ref<IStorage> root;
     ASSERT_EQ(stgtest::openFile(file("files"), 0x20, root), S_OK);
@@ -380,7 +380,7 @@ TEST_P(CorpusWalk, PropertySetsAgreeWithTheIndependentReading) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Corpus, CorpusWalk, testing::ValuesIn(corpusFiles()),
+INSTANTIATE_TEST_SUITE_P(Corpus, StgCorpusWalk, testing::ValuesIn(corpusFiles()),
                          [](const testing::TestParamInfo<std::string>& info) {
                              std::string name = info.param;
                              for (char& c : name) {
@@ -388,6 +388,6 @@ INSTANTIATE_TEST_SUITE_P(Corpus, CorpusWalk, testing::ValuesIn(corpusFiles()),
                              }
                              return name;
                          });
-GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(CorpusWalk);
+GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(StgCorpusWalk);
 
 }  // namespace

@@ -59,7 +59,7 @@ struct Damage {
     HRESULT open;
 };
 
-TEST(DamagedFiles, BrokenTablesGiveAStatusOrShortDataAndNothingHangs) {
+TEST(StgDamagedFiles, BrokenTablesGiveAStatusOrShortDataAndNothingHangs) {
     const Damage cases[] = {
         {"intact", [](CfbImage&) {}, S_OK},
         {"a stream's chain loops to itself", [](CfbImage& image) { image.fat[image.entries[2].start] = image.entries[2].start; }, S_OK},
@@ -91,7 +91,7 @@ TEST(DamagedFiles, BrokenTablesGiveAStatusOrShortDataAndNothingHangs) {
     }
 }
 
-TEST(DamagedFiles, AFileCutAnywhereOpensOrNotButNeverCrashes) {
+TEST(StgDamagedFiles, AFileCutAnywhereOpensOrNotButNeverCrashes) {
     for (const uint16_t shift : {9, 12}) {
         const std::vector<uint8_t> whole = sample(shift).build();
         const uint64_t complete = 9000 + 300 + 100;
@@ -109,7 +109,7 @@ TEST(DamagedFiles, AFileCutAnywhereOpensOrNotButNeverCrashes) {
     }
 }
 
-TEST(DamagedFiles, HugeSizesOfLargeSectorFilesAreReportedNotBelieved) {
+TEST(StgDamagedFiles, HugeSizesOfLargeSectorFilesAreReportedNotBelieved) {
     CfbImage image = sample(12).layout();
     image.entries[2].propertyType = 0x4000;  // the high half of the size: read whole with 4096-byte sectors
     const uint64_t size = (uint64_t(0x4000) << 32) | 9000;

@@ -44,7 +44,7 @@ PROPVARIANT read(IPropertyStorage* set, PROPID id) {
     return value;
 }
 
-TEST(Values, NarrowTextOfMultiByteCodePagesComesAsUtf8) {
+TEST(StgValues, NarrowTextOfMultiByteCodePagesComesAsUtf8) {
     // Shift-JIS 日本 and GBK 中文; the base's decoder or the C library's iconv reads them.
     const ScratchFile japanese(fileWithSet(932, {typed(VT_LPSTR, narrowString("\x93\xfa\x96\x7b"))}));
     const ScratchFile chinese(fileWithSet(936, {typed(VT_LPSTR, narrowString("\xd6\xd0\xce\xc4")),
@@ -68,7 +68,7 @@ TEST(Values, NarrowTextOfMultiByteCodePagesComesAsUtf8) {
     EXPECT_EQ(value.vt, VT_EMPTY);
 }
 
-TEST(Values, EveryKindOfValueReadsAndClears) {
+TEST(StgValues, EveryKindOfValueReadsAndClears) {
     const Bytes guid = stgtest::storedId(IID_IStorage);
     const ScratchFile file(fileWithSet(1252, {
         typed(VT_I1, {0x80, 0, 0, 0}),
@@ -134,7 +134,7 @@ TEST(Values, EveryKindOfValueReadsAndClears) {
     PropVariantClear(&value);  // what is left unfreed, the address sanitizer reports
 }
 
-TEST(Values, ValuesCutShortOrOfForeignTypesAreLeftOut) {
+TEST(StgValues, ValuesCutShortOrOfForeignTypesAreLeftOut) {
     const ScratchFile file(fileWithSet(1252, {
         typed(VT_LPSTR, le32(0x7FFFFFFF)),                 // a string longer than the stream
         typed(VT_VECTOR | VT_I4, le32(0x40000000)),        // a vector longer than the stream
@@ -154,7 +154,7 @@ TEST(Values, ValuesCutShortOrOfForeignTypesAreLeftOut) {
     EXPECT_EQ(stat[1].lpwstrName, nullptr);
 }
 
-TEST(Service, FileFunctionsOnPosixFiles) {
+TEST(StgService, FileFunctionsOnPosixFiles) {
     const ScratchFile source(stgtest::sampleFile());
     const ScratchFile target({});
     const std::vector<WCHAR> from = stgtest::wide(source.path());
@@ -172,7 +172,7 @@ TEST(Service, FileFunctionsOnPosixFiles) {
     EXPECT_EQ(readWholeFile(source.path()).size(), stgtest::sampleFile().size());
 }
 
-TEST(Service, ChildrenKeepWhatTheyCameFromAlive) {
+TEST(StgService, ChildrenKeepWhatTheyCameFromAlive) {
     const ScratchFile file(stgtest::sampleFile());
     Ref<IStream> stream;
     Ref<IPropertyStorage> set;

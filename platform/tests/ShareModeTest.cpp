@@ -29,7 +29,7 @@ const Pair kPairs[] = {
     {0x10040, 0x10040, S_OK},              {0x30, 0x20, STG_E_SHAREVIOLATION},
 };
 
-TEST(ShareModes, SecondOpenInTheSameProcess) {
+TEST(StgShareModes, SecondOpenInTheSameProcess) {
     const tovxtest::ScratchFile file(stgtest::sampleFile());
     for (const Pair& pair : kPairs) {
         SCOPED_TRACE(testing::Message() << std::hex << pair.first << " then " << pair.second);
@@ -44,7 +44,7 @@ TEST(ShareModes, SecondOpenInTheSameProcess) {
     EXPECT_EQ(stgtest::openFile(file.path(), 0x10, exclusive), S_OK);
 }
 
-TEST(ShareModes, ProbeYieldsToAnExclusiveHolderOnly) {
+TEST(StgShareModes, ProbeYieldsToAnExclusiveHolderOnly) {
     const tovxtest::ScratchFile file(stgtest::sampleFile());
     const std::vector<WCHAR> path = stgtest::wide(file.path());
     Ref<IStorage> holder;
@@ -58,7 +58,7 @@ TEST(ShareModes, ProbeYieldsToAnExclusiveHolderOnly) {
     EXPECT_EQ(StgIsStorageFile(stgtest::wide(copy.path()).data()), S_OK);
 }
 
-TEST(ShareModes, ReadOnlyFileCanBeHeldExclusively) {
+TEST(StgShareModes, ReadOnlyFileCanBeHeldExclusively) {
     const tovxtest::ScratchFile file(stgtest::sampleFile());
     ASSERT_EQ(chmod(file.path().c_str(), 0444), 0);  // no descriptor open for writing is needed
     Ref<IStorage> first;
@@ -67,7 +67,7 @@ TEST(ShareModes, ReadOnlyFileCanBeHeldExclusively) {
     EXPECT_EQ(stgtest::openFile(file.path(), 0x20, second), STG_E_SHAREVIOLATION);
 }
 
-TEST(ShareModes, SecondOpenInAnotherProcess) {
+TEST(StgShareModes, SecondOpenInAnotherProcess) {
     const tovxtest::ScratchFile file(stgtest::sampleFile());
     for (const Pair& pair : kPairs) {
         SCOPED_TRACE(testing::Message() << std::hex << "holder " << pair.first << ", then " << pair.second);

@@ -21,7 +21,7 @@ std::vector<uint8_t> signatureAnd(size_t extra) {
     return bytes;
 }
 
-TEST(StatusCodes, ProbeAndOpenOfFilesThatAreNoCompoundFiles) {
+TEST(StgStatusCodes, ProbeAndOpenOfFilesThatAreNoCompoundFiles) {
     const tovxtest::ScratchFile good(stgtest::sampleFile());
     const tovxtest::ScratchFile text(tovxtest::u8("plain text, not a compound file\n"));
     const tovxtest::ScratchFile empty({});
@@ -51,7 +51,7 @@ TEST(StatusCodes, ProbeAndOpenOfFilesThatAreNoCompoundFiles) {
     }
 }
 
-TEST(StatusCodes, ArgumentsAndModesOfTheFileOpen) {
+TEST(StgStatusCodes, ArgumentsAndModesOfTheFileOpen) {
     const tovxtest::ScratchFile good(stgtest::sampleFile());
     const std::vector<WCHAR> path = wide(good.path());
     IStorage* storage = reinterpret_cast<IStorage*>(&storage);  // must come back null on failure
@@ -78,7 +78,7 @@ TEST(StatusCodes, ArgumentsAndModesOfTheFileOpen) {
     }
 }
 
-TEST(StatusCodes, ChildrenByNameAndMode) {
+TEST(StgStatusCodes, ChildrenByNameAndMode) {
     const tovxtest::ScratchFile file(stgtest::sampleFile());
     Ref<IStorage> root;
     ASSERT_EQ(stgtest::openFile(file.path(), 0x20, root), S_OK);
@@ -129,7 +129,7 @@ TEST(StatusCodes, ChildrenByNameAndMode) {
               STG_E_INVALIDPARAMETER);
 }
 
-TEST(StatusCodes, EnumeratorSeekAndWrites) {
+TEST(StgStatusCodes, EnumeratorSeekAndWrites) {
     const tovxtest::ScratchFile file(stgtest::sampleFile());
     Ref<IStorage> root;
     ASSERT_EQ(stgtest::openFile(file.path(), 0x20, root), S_OK);
@@ -175,7 +175,7 @@ TEST(StatusCodes, EnumeratorSeekAndWrites) {
     EXPECT_EQ(root->SetClass(IID_IStorage), STG_E_ACCESSDENIED);
 }
 
-TEST(StatusCodes, PropertySetsAndProperties) {
+TEST(StgStatusCodes, PropertySetsAndProperties) {
     const tovxtest::ScratchFile file(stgtest::sampleFile());
     Ref<IStorage> root;
     ASSERT_EQ(stgtest::openFile(file.path(), 0x20, root), S_OK);
@@ -248,7 +248,7 @@ TEST(StatusCodes, PropertySetsAndProperties) {
     EXPECT_EQ(set->DeleteMultiple(1, &spec), STG_E_ACCESSDENIED);
 }
 
-TEST(StatusCodes, GuidText) {
+TEST(StgStatusCodes, GuidText) {
     WCHAR text[40];
     EXPECT_EQ(StringFromGUID2(FMTID_SummaryInformation, text, 38), 0);
     ASSERT_EQ(StringFromGUID2(FMTID_SummaryInformation, text, 40), 39);
