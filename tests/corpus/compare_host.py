@@ -16,8 +16,11 @@ names first, names of one length by their upper-cased units.
 Property values are compared with oracle/, converted as the host stack converts them:
 
   * the sets are the root's property-set streams in the platform's order, each with the
-    format id and properties of its first section, and then the user-defined set (the
-    second section of the document summary stream) when the file has one;
+    properties of its first section, and then the user-defined set (the second section
+    of the document summary stream) when the file has one;
+  * a set's id is the one its stream's name stands for, as the platform names sets: the
+    two summary streams by their well-known names, any other by its id in 26 characters
+    of five bits each; a stream named otherwise is no set of the platform's;
   * the properties in the order the section's table holds them, the dictionary (id 0)
     apart, each named from its section's dictionary or not at all;
   * an empty value has type -1 and empty text, vectors, blobs, clipboard data and other
@@ -31,6 +34,7 @@ Exit codes: 0 all agree, 1 a difference, 77 the corpus is not there (skipped).
 import hashlib
 import json
 import os
+import struct
 import sys
 import time
 
@@ -39,6 +43,11 @@ from corpus_common import SKIP, cat_argument, corpus_arguments, load_oracle, rep
 
 EMPTY, UNCONVERTED, TEXT, INTEGER, FLOAT, BOOLEAN, DATE = -1, 0, 1, 2, 3, 4, 5
 USER_DEFINED = "{D5CDD505-2E9C-101B-9397-08002B2CF9AE}"
+WELL_KNOWN_SETS = {
+    "\x05SummaryInformation": "{F29F85E0-4FF9-1068-AB91-08002B27B3D9}",
+    "\x05DocumentSummaryInformation": "{D5CDD502-2E9C-101B-9397-08002B2CF9AE}",
+}
+NAME_ALPHABET = "abcdefghijklmnopqrstuvwxyz012345"
 KNOWN_FAULTS = {
     "gh-poi-notes.ole2": "the reference lists nothing when a storage has an empty name",
 }
@@ -144,7 +153,24 @@ def converted(vt, value):
     return lib_text(value), TEXT
 
 
-def expected_section(section, table):
+def set_id_of_stream(name):
+    """The id the platform gives the set stored in the stream `name`, or None."""
+    for known, fmtid in WELL_KNOWN_SETS.items():
+        if name.upper() == known.upper():
+            return fmtid
+    if len(name) != 27 or name[0] != "\x05" or any(c.lower() not in NAME_ALPHABET for c in name[1:]):
+        return None
+    bits = 0
+    for position, c in enumerate(name[1:]):
+        bits |= NAME_ALPHABET.index(c.lower()) << (5 * position)
+    if bits >> 128:
+        return None
+    stored = bits.to_bytes(16, "little")
+    data1, data2, data3 = struct.unpack_from("<IHH", stored)
+    return "{%08X-%04X-%04X-%s-%s}" % (data1, data2, data3, stored[8:10].hex().upper(), stored[10:].hex().upper())
+
+
+def expected_section(section, table, fmtid):
     names = {int(key): lib_text(name) for key, name in section.get("dictionary", {}).items()}
     properties = []
     for prop in section["properties"]:
@@ -155,7 +181,7 @@ def expected_section(section, table):
             stored = table.stored_boolean(section["offset"], prop["id"])
             text = "True" if stored else "False"
         properties.append({"id": prop["id"], "name": names.get(prop["id"], ""), "type": kind, "value": text})
-    return {"id": section["fmtid"], "name": "", "properties": properties}
+    return {"id": fmtid, "name": "", "properties": properties}
 
 
 def expected_sets(ststg, path, oracle, platform_tree):
@@ -163,13 +189,14 @@ def expected_sets(ststg, path, oracle, platform_tree):
     ordered = [names[0] for names, kind, _, _ in platform_tree if len(names) == 1 and kind == 2]
     sets, user_defined = [], None
     for stream in ordered:
-        if stream not in by_stream:
+        fmtid = set_id_of_stream(stream)
+        if stream not in by_stream or fmtid is None:
             continue
         sections = by_stream[stream]["sections"]
         table = StreamTable(host(ststg, "cat", path, cat_argument(stream)).stdout)
-        sets.append(expected_section(sections[0], table))
+        sets.append(expected_section(sections[0], table, fmtid))
         if len(sections) == 2 and sections[1]["fmtid"] == USER_DEFINED and user_defined is None:
-            user_defined = expected_section(sections[1], table)
+            user_defined = expected_section(sections[1], table, USER_DEFINED)
     return sets + ([user_defined] if user_defined else [])
 
 

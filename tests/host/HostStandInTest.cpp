@@ -171,8 +171,9 @@ std::vector<uint8_t> streamBytes(IStorage* storage, const char* name) {
 }  // namespace
 
 TEST(HostStandIn, TheWholeRoadFromTheProbeToTheProperties) {
-    const TemporaryFolder temporary;
     const ScratchFile file(sampleFile());
+    const ScratchFile target({}, ".bin");
+    const TemporaryFolder temporary;
     const TOVXFilePath path(file.path());
     EXPECT_TRUE(IsStorageFile(path));
     TOVXFilePath copy("untouched");
@@ -204,7 +205,6 @@ TEST(HostStandIn, TheWholeRoadFromTheProbeToTheProperties) {
     uint32_t position = 0;
     EXPECT_TRUE(TellStream(data, position));
     EXPECT_EQ(position, 4096u);
-    const ScratchFile target({}, ".bin");
     TOVXFilePath targetPath(target.path());
     EXPECT_TRUE(WriteStreamToFile(data, targetPath, 0));
     const std::vector<uint8_t> whole = patternBytes(5000, 4);
@@ -248,10 +248,10 @@ TEST(HostStandIn, TheWholeRoadFromTheProbeToTheProperties) {
 }
 
 TEST(HostStandIn, FilesTheServiceRefusesMakeNoCopy) {
-    const TemporaryFolder temporary;
     const ScratchFile plain(u8("just some text\n"), ".txt");
     const ScratchFile empty({}, ".txt");
     const ScratchFile compound(sampleFile());
+    const TemporaryFolder temporary;  // made after the files, so that it holds only what the library makes
     const struct {
         const char* what;
         std::string path;
@@ -275,8 +275,8 @@ TEST(HostStandIn, FilesTheServiceRefusesMakeNoCopy) {
 }
 
 TEST(HostStandIn, AFileHeldByAnotherProcessIsReadFromACopyThatGoesAway) {
-    const TemporaryFolder temporary;
     const ScratchFile file(sampleFile());
+    const TemporaryFolder temporary;
     ASSERT_EQ(::chmod(file.path().c_str(), 0444), 0);  // the copy keeps this, then loses the read-only bit
     const OtherHolder holder(file.path(), STGM_READ | STGM_SHARE_EXCLUSIVE);
     ASSERT_TRUE(holder.held());

@@ -19,8 +19,8 @@ namespace {
 const char kHostHelp[] =
     "Usage: ststg --host COMMAND [ARGUMENTS]\n"
     "Runs a command through the platform's structured-storage service (StgOpenStorage,\n"
-    "IStorage and their family) instead of the library's own reader. On this system that\n"
-    "is " STSTG_HOST_SERVICE ".\n"
+    "IStorage and their family) instead of the library's own reader. On this system the\n"
+    "service is " STSTG_HOST_SERVICE ".\n"
     "\n"
     "Commands:\n"
     "  tree FILE [--json]        every storage and stream, depth first in the service's order;\n"

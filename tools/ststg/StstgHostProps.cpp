@@ -21,7 +21,7 @@ const unsigned char kUserDefinedId[16] = {0xD5, 0xCD, 0xD5, 0x05, 0x2E, 0x9C, 0x
 
 std::string valueKind(int type) {
     switch (type) {
-        case ValueTypeNotFound: return "not found";
+        case ValueTypeNotFound: return "empty";  // VT_EMPTY, or a value the service could not read
         case ValueTypeUnknown: return "unconverted";
         case ValueTypeText: return "text";
         case ValueTypeInteger: return "integer";
