@@ -35,6 +35,7 @@ const WCHAR kEmpty[] = {0};
 const WCHAR kBstr[] = {8, 0, 'b', 's', 't', 'r', 0};
 CLSID kClsid = {0x00020906, 0x0000, 0x0000, {0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46}};
 char kNarrow[] = "caf\xC3\xA9";  // UTF-8, as the platform hands narrow text out here
+char kNarrowOther[] = "\xE9t\xE9";   // not UTF-8: read as Windows-1252
 
 struct Row {
     const char* what;
@@ -73,6 +74,7 @@ std::vector<Row> everyType() {
     add("VT_I8", VT_I8, [](PROPVARIANT& v) { v.hVal.QuadPart = -9000000000LL; }, "-9000000000", 2);
     add("VT_UI8", VT_UI8, [](PROPVARIANT& v) { v.uhVal.QuadPart = 18446744073709551615ULL; }, "18446744073709551615", 2);
     add("VT_LPSTR", VT_LPSTR, [](PROPVARIANT& v) { v.pszVal = kNarrow; }, "caf\xC3\xA9", 1);
+    add("VT_LPSTR, not UTF-8", VT_LPSTR, [](PROPVARIANT& v) { v.pszVal = kNarrowOther; }, "\xC3\xA9t\xC3\xA9", 1);
     add("VT_LPWSTR", VT_LPWSTR, [](PROPVARIANT& v) { v.pwszVal = const_cast<WCHAR*>(kWide); }, "w\xC3\xA9" "d", 1);
     add("VT_FILETIME", VT_FILETIME, [](PROPVARIANT& v) {
         v.filetime.dwLowDateTime = 0xD53E8000u;  // 1970-01-01 00:00:00

@@ -123,8 +123,10 @@ TEST_F(HostPropertyDoubles, OpeningASetByThePropertyItHolds) {
     EXPECT_EQ(Utils::OpenPropertySetWithName(&sets, 2, TOVXString::FromUtf8("second title"), out).Code(), TOVX_OK);
     EXPECT_EQ(out, &second);
     Utils::ClosePropertyStorage(out);
-    sets.failEnum = true;
     out = nullptr;
+    sets.refusedToOpen = {first.fmtid, second.fmtid, third.fmtid};  // none opens
+    EXPECT_EQ(Utils::OpenPropertySetWithName(&sets, 5, TOVXString(), out).Code(), TOVX_E_FAIL);
+    sets.failEnum = true;
     EXPECT_EQ(Utils::OpenPropertySetWithName(&sets, 2, TOVXString::FromUtf8("first title"), out).Code(), TOVX_E_FAIL);
     EXPECT_EQ(Utils::OpenPropertySetWithName(nullptr, 2, TOVXString(), out).Code(), TOVX_E_NULL_POINTER);
     EXPECT_EQ(out, nullptr);
@@ -156,6 +158,13 @@ TEST_F(HostPropertyDoubles, QueriesByIdNameAndDisplayName) {
     EXPECT_EQ(byId(nullptr, 2), (Read{TOVX_E_NULL_POINTER, "stale", 99}));
     first.failReads = true;
     EXPECT_EQ(byId(&first, 2), (Read{TOVX_E_FAIL, "", -1}));
+    TOVXString failed = TOVXString::FromUtf8("stale");
+    int failedType = 9;
+    EXPECT_EQ(Utils::GetValueWithName(TOVXString::FromUtf8("Count"), &first, failed, failedType).Code(), TOVX_E_FAIL);
+    EXPECT_EQ(failed.length() + failedType, -1);
+    failed = TOVXString::FromUtf8("stale");
+    EXPECT_EQ(Utils::GetPropertySetName(3, &first, failed).Code(), TOVX_E_FAIL);
+    EXPECT_EQ(failed.length(), 0);
     first.failReads = false;
 
     TOVXString value;
