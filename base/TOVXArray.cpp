@@ -157,3 +157,9 @@ int tovxArrayReallocSize(TOVXArrayHeader*& header, int capacity) {
 bool tovxArrayIsShared(const TOVXArrayHeader* header) {
     return header != nullptr && header->block != nullptr && header->block->holders > 1;
 }
+
+int tovxArrayDetach(TOVXArrayHeader*& header) {
+    if (header == nullptr) return -1;
+    if (!tovxArrayIsShared(header)) return 0;
+    return moveToNewBlock(header, header->capacity) ? 0 : -1;
+}

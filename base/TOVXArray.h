@@ -40,5 +40,8 @@ void tovxArrayFree(TOVXArrayHeader*& header, TOVXArrayFreeCallback* callback);
 int tovxArrayReallocSize(TOVXArrayHeader*& header, int capacity);
 // True when another array holds the same element block: its elements are not this array's to release.
 bool tovxArrayIsShared(const TOVXArrayHeader* header);
+// Gives the array a block of its own when it shares one, keeping its elements and capacity;
+// returns 0, or -1 when memory ran out and the block is still shared.
+int tovxArrayDetach(TOVXArrayHeader*& header);
 
 #endif

@@ -2,10 +2,13 @@
 
 #include <string>
 
+#include "TOVXPlatform.h"
+
 namespace {
 
 // The characters of the bytes 0x80 to 0xFF in each single-byte code page that the
-// library decodes itself. A byte that a code page leaves unassigned keeps its value.
+// library decodes itself (Windows-1252 and ISO 8859-1 need no table of their own). A byte
+// that a code page leaves unassigned keeps its value.
 // 10000, Mac Roman.
 const char16_t kHigh10000[128] = {
     0x00C4, 0x00C5, 0x00C7, 0x00C9, 0x00D1, 0x00D6, 0x00DC, 0x00E1, 0x00E0, 0x00E2, 0x00E4, 0x00E3,
@@ -196,17 +199,28 @@ const char16_t* highHalfOf(unsigned int codePage) {
     return nullptr;
 }
 
+bool isTablePage(unsigned int codePage) {
+    return codePage == TOVXCodePage::kLatin1 || codePage == TOVXCodePage::kWindowsLatin1 || highHalfOf(codePage) != nullptr;
+}
+
+char16_t decodeByte(unsigned char byte, unsigned int codePage, const char16_t* high) {
+    if (byte < 0x80) return byte;
+    if (high != nullptr) return high[byte - 0x80];
+    return codePage == TOVXCodePage::kWindowsLatin1 ? tovx::windows1252ToUnicode(byte) : char16_t(byte);
+}
+
 }  // namespace
 
-bool TOVXCodePage::HasTable(unsigned int codePage) { return codePage == kLatin1 || highHalfOf(codePage) != nullptr; }
+bool TOVXCodePage::HasTable(unsigned int codePage) { return isTablePage(codePage); }
 
 bool TOVXCodePage::Decode(const unsigned char* bytes, int count, unsigned int codePage, TOVXString& text) {
-    const char16_t* high = highHalfOf(codePage);
-    if (high == nullptr && codePage != kLatin1) return false;
     std::u16string units;
-    for (int i = 0; i < count && bytes[i] != 0; ++i) {
-        const unsigned char byte = bytes[i];
-        units.push_back(byte < 0x80 || high == nullptr ? char16_t(byte) : high[byte - 0x80]);
+    const size_t length = bytes == nullptr || count < 0 ? 0 : static_cast<size_t>(count);
+    if (isTablePage(codePage)) {
+        const char16_t* high = highHalfOf(codePage);
+        for (size_t i = 0; i < length && bytes[i] != 0; ++i) units.push_back(decodeByte(bytes[i], codePage, high));
+    } else if (!tovxplatform::decodeCodePage(bytes, length, codePage, units)) {
+        return false;
     }
     text = TOVXString::FromUnits(reinterpret_cast<const unsigned short*>(units.data()), static_cast<int>(units.size()));
     return true;

@@ -10,8 +10,8 @@
 
 // A typed array over the untyped functions. Copies share the element block
 // (see TOVXArray.h), so a getter that hands out a whole table costs O(1).
-// Elements are read through a copy or whole arrays are replaced; a write through
-// At() on a copy may be seen by the other holders of the block.
+// At() is for reading; an element is written through MutableAt(), which first gives
+// the array a block of its own, so that no copy sees the write.
 template <typename T>
 class TOVXDynamicArray : public TOVXArrayFreeCallback {
 public:
@@ -44,6 +44,13 @@ public:
 
     T* At(int index) const {
         if (index < 0 || index >= Count()) return nullptr;
+        return static_cast<T*>(header->data) + index;
+    }
+
+    // A writable element of this array alone; null for an index outside the elements, or
+    // when memory for a block of its own ran out.
+    T* MutableAt(int index) {
+        if (index < 0 || index >= Count() || tovxArrayDetach(header) != 0) return nullptr;
         return static_cast<T*>(header->data) + index;
     }
 

@@ -56,17 +56,9 @@ public:
                    TOVXDynamicArray<unsigned char>& targetOccupied, const K* key, const V* value) {
         const int size = targetOccupied.Count();
         if (size == 0) return false;
-        ownBlock(targetKeys);
-        ownBlock(targetValues);
-        ownBlock(targetOccupied);
         // Bounded by the size as a guard; the load factor keeps a free slot in reach.
         for (int step = 0, slot = homeSlot(key, size); step < size; ++step, slot = (slot + 1) % size) {
-            if (*targetOccupied.At(slot) == 0) {
-                *targetKeys.At(slot) = *key;
-                *targetValues.At(slot) = *value;
-                *targetOccupied.At(slot) = 1;
-                return true;
-            }
+            if (*targetOccupied.At(slot) == 0) return store(targetKeys, targetValues, targetOccupied, slot, key, value);
             if (sameKey(targetKeys.At(slot), key)) return false;
         }
         return false;
@@ -120,10 +112,17 @@ private:
         return equalFunction != nullptr ? equalFunction(left, right) : *left == *right;
     }
 
-    // Copies of an array share its block; a slot written here must not show through a copy.
-    template <typename T>
-    static void ownBlock(TOVXDynamicArray<T>& array) {
-        if (tovxArrayIsShared(array.header)) array.Reserve(array.header->capacity);
+    // Fills a free slot; false, with nothing stored, when memory for a block of the arrays' own ran out.
+    static bool store(TOVXDynamicArray<K>& targetKeys, TOVXDynamicArray<V>& targetValues,
+                      TOVXDynamicArray<unsigned char>& targetOccupied, int slot, const K* key, const V* value) {
+        K* keySlot = targetKeys.MutableAt(slot);
+        V* valueSlot = targetValues.MutableAt(slot);
+        unsigned char* occupiedSlot = targetOccupied.MutableAt(slot);
+        if (keySlot == nullptr || valueSlot == nullptr || occupiedSlot == nullptr) return false;
+        *keySlot = *key;
+        *valueSlot = *value;
+        *occupiedSlot = 1;
+        return true;
     }
 };
 

@@ -36,9 +36,12 @@ namespace tovxplatform {
 // file could be made.
 std::string createTemporaryFile();
 
-// Decodes `count` bytes of narrow text in `codePage` into 16-bit units, appending them to
-// `out`. A byte sequence that does not decode becomes U+FFFD. False (and `out` untouched)
-// when the platform does not know the code page.
+// Decodes up to `count` bytes of narrow text in the Windows code page `codePage` into 16-bit
+// units, appending them to `out`; the text ends at its first zero byte. A byte sequence that
+// does not decode becomes U+FFFD and decoding goes on one byte further. False (and `out`
+// untouched) when the platform does not know the code page, or when the number stands for no
+// fixed narrow encoding (0 to 3, the machine's own pages; 1200 and the other UTF-16 and
+// UTF-32 pages). Windows converts with MultiByteToWideChar, elsewhere the C library's iconv.
 bool decodeCodePage(const unsigned char* bytes, size_t count, unsigned int codePage, std::u16string& out);
 
 }  // namespace tovxplatform

@@ -67,17 +67,30 @@ TEST(Array, SortOrdersUnsignedAscendingAndFinishesOnLargeAdversarialShapes) {
     EXPECT_EQ(*equal.At(99999), 42u);
 }
 
-TEST(Array, CopiesShareTheBlockUntilEitherSideAdds) {
+TEST(Array, AnAddOrAWriteOnOneCopyIsNotSeenByTheOthers) {
     UIntArray original = arrayOf({1, 2});
     UIntArray copy(original);
-    EXPECT_EQ(copy.First(), original.First());  // O(1): nothing copied yet
     UIntArray assigned;
     assigned = original;
+    *copy.MutableAt(0) = 7;
+    *original.MutableAt(1) = 8;
+    EXPECT_EQ(contents(copy), (std::vector<unsigned int>{7, 2}));
+    EXPECT_EQ(contents(original), (std::vector<unsigned int>{1, 8}));
+    EXPECT_EQ(contents(assigned), (std::vector<unsigned int>{1, 2}));
     original.Add(3);
     copy.Add(4);
-    EXPECT_EQ(contents(original), (std::vector<unsigned int>{1, 2, 3}));
-    EXPECT_EQ(contents(copy), (std::vector<unsigned int>{1, 2, 4}));
+    EXPECT_EQ(contents(original), (std::vector<unsigned int>{1, 8, 3}));
+    EXPECT_EQ(contents(copy), (std::vector<unsigned int>{7, 2, 4}));
     EXPECT_EQ(contents(assigned), (std::vector<unsigned int>{1, 2}));
+    EXPECT_EQ(copy.MutableAt(-1), nullptr);
+    EXPECT_EQ(copy.MutableAt(copy.Count()), nullptr);
+
+    StringArray names;
+    names.Add(longText(0));
+    StringArray renamed(names);
+    *renamed.MutableAt(0) = longText(1);  // objects are copied whole into the new block
+    expectTexts(names, 1);
+    EXPECT_TRUE(renamed.At(0)->equals(longText(1)));
 
     UIntArray roomy;
     roomy.Reserve(16);

@@ -48,7 +48,7 @@ TEST(Handles, ArrayElementsAreSharedByCopiesAndDroppedWhenReplacedOrFreed) {
     list.Add(TOVXPropertyHandle(tovxNew<Tracked>()));
     EXPECT_FALSE(*list.At(0) == *list.At(1));
     EXPECT_NE(*list.At(0) < *list.At(1), *list.At(1) < *list.At(0));
-    *list.At(0) = TOVXPropertyHandle(tovxNew<Tracked>());
+    *list.MutableAt(0) = TOVXPropertyHandle(tovxNew<Tracked>());
     EXPECT_EQ(Tracked::destroyed, 1);
     { TOVXDynamicArray<TOVXPropertyHandle> copy(list); }
     EXPECT_EQ(Tracked::destroyed, 1);
@@ -136,6 +136,20 @@ TEST(HashTable, TwelveEntriesFitAndTheThirteenthDoubles) {
         ASSERT_GE(slot, 0) << key;
         EXPECT_EQ(table.values.At(slot)->ToUtf8(), std::to_string(key));
     }
+}
+
+TEST(HashTable, CopiesOfItsArraysKeepTheEntriesTheyWereTakenWith) {
+    Table table(12);
+    const unsigned int one = 1, two = 2;
+    table.AddEntry(one, TOVXString::FromUtf8("one"));
+    const TOVXDynamicArray<unsigned char> occupied = table.occupied;
+    const TOVXDynamicArray<TOVXString> values = table.values;
+    table.AddEntry(two, TOVXString::FromUtf8("two"));
+    const int slot = table.Find(&two);
+    ASSERT_GE(slot, 0);
+    EXPECT_EQ(*occupied.At(slot), 0);
+    EXPECT_EQ(values.At(slot)->length(), 0);
+    EXPECT_EQ(values.At(table.Find(&one))->ToUtf8(), "one");
 }
 
 uint32_t lastSlotHash(const unsigned int*) { return 16; }

@@ -80,7 +80,40 @@ INSTANTIATE_TEST_SUITE_P(
                       WorkedValue{1252, 30, narrowString("caf\xE9 \x80"), "caf\xC3\xA9 \xE2\x82\xAC", 1, true},
                       WorkedValue{65001, 30, narrowString("\xE2\x98\x83"), "\xE2\x98\x83", 1},
                       WorkedValue{1251, 30, narrowString("\xCF\xEE\xE4"), "\xD0\x9F\xD0\xBE\xD0\xB4", 1},
-                      WorkedValue{1200, 30, concat({le32(6), {'U', 0, 'n', 0, 0, 0, 0, 0}}), "U", 1, true}));
+                      WorkedValue{1200, 30, concat({le32(6), {'U', 0, 'n', 0, 0, 0, 0, 0}}), "U", 1, true},
+                      // A code page that no one knows reads as UTF-8 where the bytes are UTF-8, else as 1252.
+                      WorkedValue{4711, 30, narrowString("caf\xC3\xA9"), "caf\xC3\xA9", 1},
+                      WorkedValue{4711, 30, narrowString("caf\xE9"), "caf\xC3\xA9", 1}));
+
+// Narrow text in multi-byte and single-byte code pages, as a value (type codes 30 and 8) and as
+// a dictionary name; the code page stands first, so that the dictionary is read narrow.
+TEST(Values, NarrowTextAndDictionaryNamesFollowTheSectionsCodePage) {
+    struct Case {
+        uint16_t codePage;
+        std::string bytes;
+        std::u16string text;
+    };
+    const Case cases[] = {
+        {932, "\x93\xFA\x96\x7B\x95\x5C", u"\u65E5\u672C\u8868"},  // trail bytes '{' and '\\'
+        {936, "\xD6\xD0\xCE\xC4", u"\u4E2D\u6587"},
+        {949, "\xC7\xD1\xB1\xB9\xBE\xEE", u"\uD55C\uAD6D\uC5B4"},
+        {1251, "\xCF\xF0\xE8\xE2\xE5\xF2", u"\u041F\u0440\u0438\u0432\u0435\u0442"},
+        {932, "ok\x81", u"ok\uFFFD"},  // a text that ends inside a character
+        {65001, "\xC3(", u"\uFFFD("},
+    };
+    for (const Case& c : cases) {
+        ParsedSet set(PropertyStreamBuilder()
+                          .value(1, codePageI2(c.codePage))
+                          .value(0, narrowDictionary({{2, c.bytes}}))
+                          .value(2, typed(30, narrowString(c.bytes)))
+                          .value(3, typed(8, narrowString(c.bytes)))
+                          .build());
+        ASSERT_EQ(set.count(), 3) << c.codePage;
+        EXPECT_EQ(set.with(2)->GetValue().Text(), c.text) << c.codePage << " " << c.bytes;
+        EXPECT_EQ(set.with(3)->GetValue().Text(), c.text) << c.codePage << " " << c.bytes;
+        EXPECT_EQ(set.with(2)->GetPropertyName().Text(), c.text) << c.codePage << " " << c.bytes;
+    }
+}
 
 TEST(Values, UnknownTypesLeaveNoTraceAndTheNextEntryReads) {
     ParsedSet set(PropertyStreamBuilder()

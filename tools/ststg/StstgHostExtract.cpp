@@ -5,6 +5,7 @@
 #include <system_error>
 
 #include "StstgCommands.h"
+#include "StstgFolderNames.h"
 #include "StstgHostCommon.h"
 #include "StstgText.h"
 
@@ -21,26 +22,20 @@ std::string folded(std::string text) {
     return text;
 }
 
-// One folder of the output: the file names given out in it, without case so that the
-// result also unpacks where case is ignored, and the stream names met in its storage.
+// One folder of the output: the file names given out in it, and the stream names met in
+// its storage.
 struct Folder {
     fs::path path;
     bool usable = true;  // false when it could not be made: what belongs in it is skipped
-    std::set<std::string> fileNames;
+    FolderNames fileNames;
     std::set<std::string> streamNames;
-
-    std::string claim(const std::string& wanted) {
-        std::string name = wanted;
-        for (int copy = 2; !fileNames.insert(folded(name)).second; ++copy) name = wanted + "~" + std::to_string(copy);
-        return name;
-    }
 };
 
 class HostExtractor {
 public:
     HostExtractor(const std::string& file, const fs::path& target, const Console& console)
         : file_(file), console_(console) {
-        folders_.push_back(Folder{target, true, {}, {}});
+        folders_.push_back(Folder{target, true, FolderNames(), {}});
     }
 
     void visit(const HostItem& item) {
@@ -48,7 +43,7 @@ public:
         folders_.resize(item.path.size());  // leave the folders of storages already done
         Folder& parent = folders_.back();
         if (!parent.usable) {
-            if (item.isStorage) folders_.push_back(Folder{fs::path(), false, {}, {}});
+            if (item.isStorage) folders_.push_back(Folder{fs::path(), false, FolderNames(), {}});
             return;
         }
         if (item.isStorage) addFolder(item, parent);
@@ -59,20 +54,20 @@ public:
 
 private:
     void addFolder(const HostItem& item, Folder& parent) {
-        const fs::path path = parent.path / parent.claim(safeFileName(item.path.back()));
+        const fs::path path = parent.path / parent.fileNames.claim(safeFileName(item.path.back()));
         std::error_code error;
         fs::create_directory(path, error);
         if (error) {
             writeFailure(path, error.message());
-            folders_.push_back(Folder{path, false, {}, {}});
+            folders_.push_back(Folder{path, false, FolderNames(), {}});
             return;
         }
         if (!item.opened) warn(item, "storage cannot be opened; its contents are not extracted");
-        folders_.push_back(Folder{path, true, {}, {}});
+        folders_.push_back(Folder{path, true, FolderNames(), {}});
     }
 
     void addFile(const HostItem& item, Folder& parent) {
-        const fs::path path = parent.path / parent.claim(safeFileName(item.path.back()));
+        const fs::path path = parent.path / parent.fileNames.claim(safeFileName(item.path.back()));
         // A lookup by name finds the earlier namesake: this stream cannot be reached.
         if (!parent.streamNames.insert(folded(item.path.back().ToUtf8())).second) {
             warn(item, "an earlier stream of the same name hides it; not extracted");
