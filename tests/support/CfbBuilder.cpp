@@ -1,6 +1,7 @@
 #include "CfbBuilder.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <cstring>
 
 namespace tovxtest {
@@ -111,11 +112,52 @@ void writeTable(Writer& out, const CfbImage& image, const std::vector<uint32_t>&
 }  // namespace
 
 std::vector<uint8_t> CfbImage::serialize() const {
+    std::vector<uint8_t> bytes = serializeFront(sectors.size());
+    for (const GeneratedStream& stream : generated)
+        PatternGenerator(stream.seed).fill(&bytes[sectorOffset(stream.start)], stream.size);
+    return bytes;
+}
+
+bool CfbImage::writeFile(const std::string& path) const {
+    std::vector<GeneratedStream> behind = generated;
+    std::sort(behind.begin(), behind.end(), [](const auto& a, const auto& b) { return a.start < b.start; });
+    const size_t front = behind.empty() ? sectors.size() : behind.front().start;
+    FILE* file = std::fopen(path.c_str(), "wb");
+    if (file == nullptr) return false;
+    const std::vector<uint8_t> head = serializeFront(front);
+    bool ok = std::fwrite(head.data(), 1, head.size(), file) == head.size();
+    uint64_t written = head.size();
+    std::vector<uint8_t> chunk(1 << 20);
+    const auto pad = [&](uint64_t until) {
+        std::fill(chunk.begin(), chunk.end(), 0);
+        while (ok && written < until) {
+            const size_t n = static_cast<size_t>(std::min<uint64_t>(chunk.size(), until - written));
+            ok = std::fwrite(chunk.data(), 1, n, file) == n;
+            written += n;
+        }
+    };
+    for (const GeneratedStream& stream : behind) {
+        pad(sectorOffset(stream.start));
+        PatternGenerator pattern(stream.seed);
+        for (uint64_t done = 0; ok && done < stream.size;) {
+            const size_t n = static_cast<size_t>(std::min<uint64_t>(chunk.size(), stream.size - done));
+            pattern.fill(chunk.data(), n);
+            ok = std::fwrite(chunk.data(), 1, n, file) == n;
+            done += n;
+            written += n;
+        }
+    }
+    pad((static_cast<uint64_t>(sectors.size()) + 1) * sectorSize());
+    return std::fclose(file) == 0 && ok;
+}
+
+// The header and the first `sectorCount` sectors, with every table word that falls among them.
+std::vector<uint8_t> CfbImage::serializeFront(size_t sectorCount) const {
     const uint32_t size = sectorSize();
-    std::vector<uint8_t> bytes((sectors.size() + 1) * size, 0);
-    Writer out(bytes, bigEndian);
+    std::vector<uint8_t> bytes((sectorCount + 1) * size, 0);
+    Writer out(bytes, bigEndian);  // words past the end of `bytes` are left out
     writeHeader(out, header, size);
-    for (size_t n = 0; n < sectors.size(); ++n)
+    for (size_t n = 0; n < sectorCount; ++n)
         out.raw(sectorOffset(static_cast<uint32_t>(n)), sectors[n].data(), std::min<size_t>(sectors[n].size(), size));
 
     writeTable(out, *this, fatSectorIds, fat);
@@ -160,6 +202,11 @@ int CfbBuilder::addStream(int parent, const std::u16string& name, std::vector<ui
     return static_cast<int>(nodes_.size()) - 1;
 }
 
+int CfbBuilder::addGeneratedStream(int parent, const std::u16string& name, uint64_t size, uint8_t seed) {
+    nodes_.push_back(Node{name, 2, parent, {}, size, seed});
+    return static_cast<int>(nodes_.size()) - 1;
+}
+
 uint32_t CfbBuilder::linkSiblings(std::vector<int>& sorted, size_t first, size_t last, std::vector<CfbEntry>& entries) const {
     if (first >= last) return kNoStream;
     if (shape_ == Shape::RightChain) {
@@ -188,11 +235,12 @@ CfbImage CfbBuilder::layout() const {
         image.entries[id].name = nodes_[id].name;
         image.entries[id].type = nodes_[id].type;
     }
+    std::vector<std::vector<int>> childrenOf(nodes_.size());  // by parent, in the order added
+    for (size_t c = 0; c < nodes_.size(); ++c)
+        if (nodes_[c].parent >= 0) childrenOf[static_cast<size_t>(nodes_[c].parent)].push_back(static_cast<int>(c));
     for (size_t id = 0; id < nodes_.size(); ++id) {
         if (nodes_[id].type == 2) continue;
-        std::vector<int> children;
-        for (size_t c = 0; c < nodes_.size(); ++c)
-            if (nodes_[c].parent == static_cast<int>(id)) children.push_back(static_cast<int>(c));
+        std::vector<int>& children = childrenOf[id];
         std::stable_sort(children.begin(), children.end(),
                          [&](int a, int b) { return comesBefore(nodes_[a].name, nodes_[b].name); });
         image.entries[id].child = linkSiblings(children, 0, children.size(), image.entries);
@@ -201,12 +249,18 @@ CfbImage CfbBuilder::layout() const {
     // Small streams go to the mini stream, one mini sector chain each.
     std::vector<uint8_t> mini;
     std::vector<uint32_t> bigStreams;
+    std::vector<uint32_t> generatedStreams;
     for (size_t id = 0; id < nodes_.size(); ++id) {
         const Node& node = nodes_[id];
         CfbEntry& entry = image.entries[id];
         if (node.type != 2) continue;
         entry.size = static_cast<uint32_t>(node.contents.size());
         entry.start = kEndOfChain;
+        if (node.generatedSize > 0) {
+            entry.size = static_cast<uint32_t>(node.generatedSize);
+            generatedStreams.push_back(static_cast<uint32_t>(id));
+            continue;
+        }
         if (node.contents.empty()) continue;
         if (node.contents.size() >= cutoff_) {
             bigStreams.push_back(static_cast<uint32_t>(id));
@@ -227,6 +281,7 @@ CfbImage CfbBuilder::layout() const {
     const uint32_t miniStreamSectors = sectorsFor(mini.size(), size);
     uint32_t dataSectors = dirSectors + miniFatSectors + miniStreamSectors;
     for (uint32_t id : bigStreams) dataSectors += sectorsFor(nodes_[id].contents.size(), size);
+    for (uint32_t id : generatedStreams) dataSectors += sectorsFor(nodes_[id].generatedSize, size);
     const uint32_t headerListSize = (size - 76) / 4;
     uint32_t fatSectors = 1, difatSectors = 0;
     for (;;) {
@@ -237,7 +292,8 @@ CfbImage CfbBuilder::layout() const {
         difatSectors = needDifat;
     }
 
-    // Place everything in order: FAT, DIFAT, directory, mini FAT, mini stream, big streams.
+    // Place everything in order: FAT, DIFAT, directory, mini FAT, mini stream, big streams,
+    // generated streams.
     const uint32_t total = fatSectors + difatSectors + dataSectors;
     image.sectors.assign(total, {});
     image.fat.assign(total, kFreeSect);
@@ -281,6 +337,13 @@ CfbImage CfbBuilder::layout() const {
         }
     }
 
+    for (uint32_t id : generatedStreams) {
+        const uint32_t count = sectorsFor(nodes_[id].generatedSize, size);
+        image.entries[id].start = take(count, nullptr);
+        chain(image.fat, image.entries[id].start, count);
+        image.generated.push_back({image.entries[id].start, nodes_[id].generatedSize, nodes_[id].seed});
+    }
+
     // Header fields that follow from the layout.
     h.directorySectorCount = sectorShift_ == 12 ? dirSectors : 0;
     h.fatSectorCount = fatSectors;
@@ -292,13 +355,18 @@ CfbImage CfbBuilder::layout() const {
     return image;
 }
 
+PatternGenerator::PatternGenerator(uint8_t seed) : state_(0x9E3779B9u ^ seed) {}
+
+void PatternGenerator::fill(uint8_t* bytes, size_t count) {
+    for (size_t i = 0; i < count; ++i) {
+        state_ = state_ * 1664525u + 1013904223u;
+        bytes[i] = static_cast<uint8_t>(state_ >> 24);
+    }
+}
+
 std::vector<uint8_t> patternBytes(size_t count, uint8_t seed) {
     std::vector<uint8_t> bytes(count);
-    uint32_t state = 0x9E3779B9u ^ seed;
-    for (size_t i = 0; i < count; ++i) {
-        state = state * 1664525u + 1013904223u;
-        bytes[i] = static_cast<uint8_t>(state >> 24);
-    }
+    PatternGenerator(seed).fill(bytes.data(), count);
     return bytes;
 }
 

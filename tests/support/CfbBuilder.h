@@ -10,7 +10,8 @@
 //                 changes whatever it wants to break, then calls serialize().
 //
 // Bytes of a serialized file can be changed further with putWord() and resized at will
-// to cut the file at any byte.
+// to cut the file at any byte. Files too large to hold twice in memory (benchmark
+// workloads of a gigabyte) take generated streams and go to disk with writeFile().
 
 #include <array>
 #include <cstdint>
@@ -82,6 +83,15 @@ struct CfbImage {
     std::vector<uint32_t> difat;    // FAT sector numbers beyond the header's, spread over `difatSectorIds`
     std::vector<CfbEntry> entries;  // slot n written to slot n of the `directorySectorIds` sectors
 
+    // Streams whose bytes are made as the file is written: patternBytes(size, seed) from sector
+    // `start` on, over the sectors that follow it. They lie behind every other sector.
+    struct GeneratedStream {
+        uint32_t start;
+        uint64_t size;
+        uint8_t seed;
+    };
+    std::vector<GeneratedStream> generated;
+
     std::vector<uint32_t> fatSectorIds;
     std::vector<uint32_t> difatSectorIds;  // each links to the next; the last link is ENDOFCHAIN
     std::vector<uint32_t> miniFatSectorIds;
@@ -92,8 +102,14 @@ struct CfbImage {
     size_t sectorOffset(uint32_t sector) const { return (static_cast<size_t>(sector) + 1) * sectorSize(); }
 
     std::vector<uint8_t> serialize() const;
+    // Writes what serialize() gives to `path`, holding in memory only the sectors in front of
+    // the generated streams. False when the file cannot be written.
+    bool writeFile(const std::string& path) const;
     // Writes one 32-bit word of sector `sector` in this image's byte order.
     void putWord(std::vector<uint8_t>& bytes, uint32_t sector, uint32_t wordIndex, uint32_t value) const;
+
+private:
+    std::vector<uint8_t> serializeFront(size_t sectorCount) const;
 };
 
 class CfbBuilder {
@@ -105,6 +121,9 @@ public:
     static constexpr int kRoot = 0;
     int addStorage(int parent, const std::u16string& name);
     int addStream(int parent, const std::u16string& name, std::vector<uint8_t> contents);
+    // A stream of `size` bytes of patternBytes(size, seed), made only when the file is written.
+    // It always lies in regular sectors, whatever the cutoff.
+    int addGeneratedStream(int parent, const std::u16string& name, uint64_t size, uint8_t seed);
 
     CfbBuilder& shape(Shape value) { shape_ = value; return *this; }
     CfbBuilder& miniStreamCutoff(uint32_t value) { cutoff_ = value; return *this; }
@@ -123,6 +142,8 @@ private:
         uint8_t type;
         int parent;
         std::vector<uint8_t> contents;
+        uint64_t generatedSize = 0;  // above 0 for a generated stream
+        uint8_t seed = 0;
     };
 
     uint32_t linkSiblings(std::vector<int>& sorted, size_t first, size_t last, std::vector<CfbEntry>& entries) const;
@@ -136,6 +157,16 @@ private:
 
 // Little helpers for tests.
 std::vector<uint8_t> patternBytes(size_t count, uint8_t seed);  // deterministic, non-repeating per seed
+
+// The bytes of patternBytes(..., seed) in pieces, for streams too large to hold.
+class PatternGenerator {
+public:
+    explicit PatternGenerator(uint8_t seed);
+    void fill(uint8_t* bytes, size_t count);
+
+private:
+    uint32_t state_;
+};
 std::vector<uint8_t> u8(const std::string& text);
 
 }  // namespace tovxtest
