@@ -109,6 +109,13 @@ int tovxArrayAddRun(TOVXArrayHeader*& header, const void* elements, int count) {
     return 0;
 }
 
+void* tovxArrayExtend(TOVXArrayHeader*& header, int count) {
+    if (count <= 0 || header == nullptr || !prepareToGrow(header, count)) return nullptr;
+    void* first = static_cast<unsigned char*>(header->data) + static_cast<std::size_t>(header->count) * header->elementSize;
+    header->count += count;
+    return first;
+}
+
 int tovxArrayCount(TOVXArrayHeader* header) { return header == nullptr ? 0 : header->count; }
 
 int tovxArrayClear(TOVXArrayHeader*& header) {

@@ -33,6 +33,10 @@ TOVXArrayHeader* tovxArrayAllocate(int capacity, int elementSize, const TOVXArra
 int tovxArrayAdd(TOVXArrayHeader*& header, void* element);
 // Appends `count` plain elements with one copy; returns 0, or -1 when memory ran out.
 int tovxArrayAddRun(TOVXArrayHeader*& header, const void* elements, int count);
+// Makes `count` more plain elements in use and gives the first of them, for the caller to fill
+// in place; their contents are undefined until then. Null when memory ran out (`count` then
+// stays as it was) or `count` is not above 0.
+void* tovxArrayExtend(TOVXArrayHeader*& header, int count);
 int tovxArrayCount(TOVXArrayHeader* header);
 int tovxArrayClear(TOVXArrayHeader*& header);
 TOVXArrayHeader* tovxArrayCopy(TOVXArrayHeader* header);

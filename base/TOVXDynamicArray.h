@@ -74,6 +74,13 @@ public:
         tovxArrayAddRun(header, values, count);
     }
 
+    // Makes `count` more plain values in use, to be filled in place through the pointer to
+    // the first of them; null when memory ran out.
+    T* Extend(int count) {
+        static_assert(std::is_trivially_copyable<T>::value, "Extend is for plain values");
+        return static_cast<T*>(tovxArrayExtend(header, count));
+    }
+
     void Reserve(int capacity) {
         // The capacity field is compared unsigned, as the contract has it; a negative request does nothing.
         if (header != nullptr && capacity >= 0 &&

@@ -47,6 +47,7 @@ private:
     bool searchStream(const TOVXString& name, TOVStStorageDirEntry& entry, bool thisLevelOnly);
     int getStreamFromFat(const TOVStStorageDirEntry& entry, TOVIStream** ppStream);
     int getStreamFromMiniFat(const TOVStStorageDirEntry& entry, TOVIStream** ppStream);
+    void readChainInto(FILE* file, const std::vector<uint32_t>& chain, uint32_t size, TOVIStream& stream);
     void addPropertySet(const TOVXString& name, TOVIPropertySetStorage& container);
 
     // Lookups over the cached child list: for each name the first storage and the first

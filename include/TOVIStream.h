@@ -31,6 +31,11 @@ public:
     const unsigned char* data() const { return bytes.First(); }
 
 private:
+    friend class TOVIStorage;
+    // Appends `count` bytes that the caller then fills in place, as Write would have copied
+    // them; null when no memory was left (nothing is appended then).
+    unsigned char* appendInPlace(uint32_t count);
+
     TOVXDynamicArray<unsigned char> bytes;
     uint32_t position;
     TOVStStorageDirEntry dirEntry;

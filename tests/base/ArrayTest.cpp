@@ -119,6 +119,20 @@ TEST(Array, ReserveKeepsTheBlockForLaterAddsAndNeverShrinks) {
     bytes.Reserve(1);
     EXPECT_EQ(bytes.header->capacity, capacity);
     EXPECT_EQ(bytes.Count(), 1000);
+
+    // Extending in place fills the reserved block where it stands; a sharer keeps its elements.
+    TOVXDynamicArray<unsigned char> reserved;
+    reserved.Reserve(8);
+    const TOVXDynamicArray<unsigned char> sharer(reserved);
+    EXPECT_EQ(reserved.Extend(0), nullptr);
+    unsigned char* place = reserved.Extend(3);
+    ASSERT_NE(place, nullptr);
+    place[0] = 'a', place[1] = 'b', place[2] = 'c';
+    unsigned char* more = reserved.Extend(5);
+    EXPECT_EQ(more, place + 3);
+    EXPECT_EQ(reserved.Count(), 8);
+    EXPECT_EQ(sharer.Count(), 0);
+    EXPECT_EQ(reserved.At(2) != nullptr ? *reserved.At(2) : 0, 'c');
 }
 
 TEST(Array, StringArraysSurviveDetachingEmptyingAndFreeingInAnyOrder) {

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "TOVXNativeOwners.h"
+#include "TOVXStreamRead.h"
 
 // Pieces the subcommands share.
 namespace ststg {
@@ -23,8 +24,8 @@ struct Console {
 // missing or unreadable is told apart from one that is no compound file.
 TOVXStoragePtr openCompoundFile(const std::string& path, const Console& console);
 
-// Writes all of `bytes`; false when the stream refuses some.
-bool writeAll(FILE* file, const std::vector<unsigned char>& bytes);
+// Writes all of `bytes`, a large stream in one go; false when the file refuses some.
+bool writeAll(FILE* file, const TOVXStreamBytes& bytes);
 
 // Subcommands: each gets the arguments after its own name.
 int treeCommand(const std::vector<std::string>& arguments, const Console& console);

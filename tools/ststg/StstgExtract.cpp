@@ -84,7 +84,7 @@ private:
             warn(item, "cannot be read; not extracted");
             return;
         }
-        const std::vector<unsigned char>& bytes = read.bytes;
+        const TOVXStreamBytes& bytes = read.bytes;
         if (bytes.size() < entry.getSize())
             warn(item, "the file holds only " + std::to_string(bytes.size()) + " of " + std::to_string(entry.getSize()) + " bytes");
         FILE* out = std::fopen(path.c_str(), "wb");

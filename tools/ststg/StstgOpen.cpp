@@ -52,7 +52,7 @@ TOVXStoragePtr openCompoundFile(const std::string& path, const Console& console)
     return TOVXStoragePtr(storage);
 }
 
-bool writeAll(FILE* file, const std::vector<unsigned char>& bytes) {
+bool writeAll(FILE* file, const TOVXStreamBytes& bytes) {
     if (bytes.empty()) return true;
     return std::fwrite(bytes.data(), 1, bytes.size(), file) == bytes.size();
 }

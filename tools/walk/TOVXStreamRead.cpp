@@ -37,12 +37,12 @@ TOVXStreamRead TOVXStreamRead::child(TOVIStorage& storage, const TOVXString& nam
     TOVXStreamPtr stream(raw);  // a failed open may still hand over a stream; it is ours to free
     if (stream == nullptr) return result == 0 ? outcomeOnly(Outcome::Read) : explainMissingStream(storage, name);
     TOVXStreamRead read = outcomeOnly(Outcome::Read);
-    read.bytes.assign(stream->data(), stream->data() + stream->length());
     // A result of -1 with a stream means the mini chain ran on past the size: the bytes
     // are all there, only the stream's entry was not filled in.
     TOVStStorageDirEntry entry;
     stream->Stat(&entry);
-    read.declaredSize = result == 0 ? entry.getSize() : static_cast<uint32_t>(read.bytes.size());
+    read.declaredSize = result == 0 ? entry.getSize() : stream->length();
+    read.bytes = TOVXStreamBytes(std::move(stream));
     return read;
 }
 

@@ -3,10 +3,27 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <utility>
 #include <vector>
 
 #include "TOVIStorage.h"
+#include "TOVXNativeOwners.h"
 #include "TOVXString.h"
+
+// The bytes of a stream read whole, where the stream holds them: nothing is copied.
+class TOVXStreamBytes {
+public:
+    TOVXStreamBytes() = default;
+    explicit TOVXStreamBytes(TOVXStreamPtr stream) : stream_(std::move(stream)) {}
+    const unsigned char* data() const { return stream_ != nullptr ? stream_->data() : nullptr; }
+    size_t size() const { return stream_ != nullptr ? stream_->length() : 0; }
+    bool empty() const { return size() == 0; }
+    const unsigned char* begin() const { return data(); }
+    const unsigned char* end() const { return data() + size(); }
+
+private:
+    TOVXStreamPtr stream_;
+};
 
 // The bytes of one stream found by name, or why there are none. The stream is opened
 // once; only when no stream comes back are the storage's children looked at, once, to
@@ -21,7 +38,7 @@ struct TOVXStreamRead {
     };
 
     Outcome outcome = Outcome::NoSuchStream;
-    std::vector<unsigned char> bytes;
+    TOVXStreamBytes bytes;
     // The size the stream's entry declares. More than bytes.size() when the file or the
     // chain ends before the stream does.
     uint32_t declaredSize = 0;

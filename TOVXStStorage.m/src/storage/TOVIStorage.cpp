@@ -232,55 +232,57 @@ int TOVIStorage::openStream(const TOVXString& name, TOVIStream** ppStream) {
     return getStreamFromFat(entry, ppStream);
 }
 
-namespace {
-// Adjacent sectors are read together, up to this many bytes at a time.
-constexpr uint32_t kLargestRun = 256 * 1024;
-}  // namespace
-
-// Reads the stream's sectors from the file, each run of adjacent sectors in one read. The walk
-// follows TOVStSectorChain's FAT chain rules: a start sector or link past the FAT is read and is
-// the last; a start sector that is a special value names no sector and gives no bytes.
+// Reads the stream's sectors from the file straight into the stream's buffer, which holds
+// the stream's final size from the start: each run of adjacent sectors in one read, however
+// long. The walk follows TOVStSectorChain's FAT chain rules: a start sector or link past the
+// FAT is read and is the last; a start sector that is a special value names no sector and
+// gives no bytes.
 int TOVIStorage::getStreamFromFat(const TOVStStorageDirEntry& entry, TOVIStream** ppStream) {
     if (stStorageFileInfo == nullptr || ppStream == nullptr) return -1;
     FILE* file = stStorageFileInfo->GetFilePath().OpenFile("rb");
     if (file == nullptr) return -1;
     const TOVStStorageFileInfo& image = *stStorageFileInfo;
     const uint32_t size = entry.getSize();
-    const uint32_t sectorSize = image.sectorSize();
     std::vector<uint32_t> chain;
     if (!isSpecialSector(entry.getStartSect()))
         chain = TOVStSectorChain::follow(image.fatTable(), entry.getStartSect(), image.fileSectorCount());
     // Room for what the chain can deliver, never for a size that the file cannot back.
-    const uint64_t reachable = static_cast<uint64_t>(chain.size()) * sectorSize;
+    const uint64_t reachable = static_cast<uint64_t>(chain.size()) * image.sectorSize();
     TOVIStream* stream = tovxNew<TOVIStream>(static_cast<uint32_t>(std::min<uint64_t>(size, reachable)));
     *ppStream = stream;
     if (stream == nullptr) {
         std::fclose(file);
         return -1;
     }
-    std::vector<unsigned char> buffer;
+    readChainInto(file, chain, size, *stream);
+    stream->setDirEntry(entry);
+    std::fclose(file);
+    return 0;
+}
+
+// Appends to `stream` up to `size` bytes of the sectors of `chain`, read run by run. A run
+// ends where the next sector of the chain does not follow on in the file.
+void TOVIStorage::readChainInto(FILE* file, const std::vector<uint32_t>& chain, uint32_t size, TOVIStream& stream) {
+    const TOVStStorageFileInfo& image = *stStorageFileInfo;
+    const uint32_t sectorSize = image.sectorSize();
     uint32_t total = 0;
     size_t i = 0;
     while (i < chain.size() && total < size) {
         const uint64_t position = image.getEquivalentFatBytePos(chain[i]);
-        uint32_t runBytes = sectorSize;
+        uint64_t runBytes = sectorSize;
         size_t next = i + 1;
-        while (next < chain.size() && runBytes < size - total && runBytes + sectorSize <= kLargestRun &&
+        while (next < chain.size() && runBytes < size - total &&
                image.getEquivalentFatBytePos(chain[next]) == position + runBytes) {
             runBytes += sectorSize;
             ++next;
         }
-        const uint32_t count = std::min(runBytes, size - total);
-        buffer.resize(count);
-        image.readSector(file, chain[i], count, buffer.data());
-        uint32_t written = 0;
-        stream->Write(buffer.data(), count, &written);
-        total += written;
+        const uint32_t count = static_cast<uint32_t>(std::min<uint64_t>(runBytes, size - total));
+        unsigned char* place = stream.appendInPlace(count);
+        if (place == nullptr) return;  // no memory left: the stream keeps what it has, like a chain that ends early
+        image.readSector(file, chain[i], count, place);
+        total += count;
         i = next;
     }
-    stream->setDirEntry(entry);
-    std::fclose(file);
-    return 0;
 }
 
 // Copies the stream's mini sectors out of the mini stream held in memory. Bytes of a mini

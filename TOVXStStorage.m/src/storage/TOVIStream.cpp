@@ -37,6 +37,11 @@ int TOVIStream::Write(const void* buffer, uint32_t count, uint32_t* outCount) {
     return 0;
 }
 
+unsigned char* TOVIStream::appendInPlace(uint32_t count) {
+    if (count == 0 || count > kLargestPosition) return nullptr;
+    return bytes.Extend(static_cast<int>(count));
+}
+
 int TOVIStream::Seek(uint32_t first, uint32_t second) {
     position = first + second;
     return 0;
