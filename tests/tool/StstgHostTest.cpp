@@ -95,6 +95,22 @@ TEST(StstgHost, CatWritesTheStreamOrSaysWhyNot) {
     }
 }
 
+// A stream larger than the tool's copy buffer whose chain ends early: the whole 512-byte
+// chunks that came reach the output, as WriteStreamToFile would have copied them.
+TEST(StstgHost, CatOfAStreamWhoseChainEndsEarlyWritesWhatCame) {
+    CfbBuilder builder;
+    const int id = builder.addStream(CfbBuilder::kRoot, u"Long", patternBytes(3 << 20, 9));
+    CfbImage image = builder.layout();
+    const uint32_t keptSectors = 3000;  // 1,536,000 bytes: the second megabyte comes short
+    image.fat[image.entries[static_cast<size_t>(id)].start + keptSectors - 1] = kEndOfChain;
+    const ScratchFile file(image.serialize());
+    const Outcome outcome = host({"cat", file.path(), "Long"});
+    const std::vector<uint8_t> kept = patternBytes(keptSectors * 512, 9);
+    EXPECT_EQ(outcome.code, 1);
+    EXPECT_EQ(outcome.out, std::string(kept.begin(), kept.end()));
+    EXPECT_NE(outcome.err.find("/Long: cannot be read to its end"), std::string::npos) << outcome.err;
+}
+
 TEST(StstgHost, ExtractKeepsEveryNameInsideTheFolder) {
     const ScratchFile file(sampleFile());
     const fs::path folder = fs::temp_directory_path() / ("ststg-host-" + std::to_string(::getpid()));

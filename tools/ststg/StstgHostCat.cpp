@@ -1,3 +1,5 @@
+#include <memory>
+
 #include "StstgCommands.h"
 #include "StstgHostCommon.h"
 #include "StstgText.h"
@@ -16,6 +18,35 @@ std::string missingStream(IStorage* storage, const TOVXString& name) {
     IStorage* asStorage = OpenStorage(storage, name);
     CloseStorage(asStorage);
     return asStorage != nullptr ? " is a storage, not a stream" : ": no such stream";
+}
+
+constexpr uint32_t kCopyBytes = 1u << 20;
+
+bool seekTo(IStream* stream, uint64_t position) {
+    LARGE_INTEGER move;
+    move.QuadPart = static_cast<LONGLONG>(position);
+    return SUCCEEDED(stream->Seek(move, STREAM_SEEK_SET, nullptr));
+}
+
+// Copies the stream from its start to its end as WriteStreamToFile does, in reads and writes
+// of a megabyte rather than 512 bytes. Where a large read fails or comes short, the rest, from
+// where that read began, goes to WriteStreamToFile after all, so that its chunks decide what
+// reaches the output, as they would have for the whole stream.
+bool copyStream(IStream* stream, FILE* out) {
+    uint32_t remaining = 0;
+    if (!GetStreamSize(stream, remaining)) return WriteStreamToFile(stream, out, 0);
+    const std::unique_ptr<unsigned char[]> buffer(new unsigned char[remaining < kCopyBytes ? remaining + 1 : kCopyBytes]);
+    uint64_t position = 0;
+    while (remaining > 0) {
+        const uint32_t chunk = remaining < kCopyBytes ? remaining : kCopyBytes;
+        ULONG got = 0;
+        const HRESULT code = stream->Read(buffer.get(), chunk, &got);
+        if (FAILED(code) || got < chunk) return seekTo(stream, position) && WriteStreamToFile(stream, out, remaining);
+        static_cast<void>(std::fwrite(buffer.get(), 1, chunk, out));  // a short write shows in the final check
+        position += chunk;
+        remaining -= chunk;
+    }
+    return true;
 }
 
 }  // namespace
@@ -58,7 +89,7 @@ int catCommand(const std::vector<std::string>& arguments, const Console& console
         if (stream == nullptr) {
             console.fail(file, shownPath(names) + missingStream(current, names.back()));
             result = kExitFailure;
-        } else if (!WriteStreamToFile(stream, console.out, 0)) {
+        } else if (!copyStream(stream, console.out)) {
             console.fail(file, shownPath(names) + ": cannot be read to its end");
             result = kExitFailure;
         }
