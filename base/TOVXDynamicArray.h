@@ -68,6 +68,13 @@ public:
         new (slot) T(value);
     }
 
+    // Appends a default-made element and gives it, to be filled where it stands; null when
+    // memory ran out.
+    T* AddDefault() {
+        if (tovxArrayAdd(header, nullptr) != 0) return nullptr;
+        return new (static_cast<T*>(header->data) + (tovxArrayCount(header) - 1)) T();
+    }
+
     // Appends `count` plain values with a single copy.
     void AddRun(const T* values, int count) {
         static_assert(std::is_trivially_copyable<T>::value, "AddRun is for plain values");

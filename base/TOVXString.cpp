@@ -73,65 +73,86 @@ void appendUtf8(char32_t cp, std::string& out) {
 
 }  // namespace tovx
 
+const std::u16string& TOVXString::empty() {
+    static const std::u16string none;
+    return none;
+}
+
+void TOVXString::take(std::u16string&& units) {
+    if (units.empty())
+        units_.reset();
+    else
+        units_ = std::make_shared<const std::u16string>(std::move(units));
+}
+
 TOVXString::TOVXString(const unsigned short* text) {
     if (text == nullptr) return;
     size_t count = 0;
     while (text[count] != 0) ++count;
-    units_.assign(reinterpret_cast<const char16_t*>(text), count);
+    take(std::u16string(reinterpret_cast<const char16_t*>(text), count));
 }
 
-TOVXString::TOVXString(unsigned short unit) : units_(1, static_cast<char16_t>(unit)) {}
+TOVXString::TOVXString(unsigned short unit) { take(std::u16string(1, static_cast<char16_t>(unit))); }
 
 TOVXString::TOVXString(const char* text, const char* encoding) {
     (void)encoding;  // "US-ASCII" is a subset of the default decoding, so both take the same road
     if (text == nullptr) return;
     const unsigned char* bytes = reinterpret_cast<const unsigned char*>(text);
     const size_t count = std::strlen(text);
-    if (tovx::decodeUtf8(bytes, count, units_)) return;
-    units_.reserve(count);
-    for (size_t i = 0; i < count; ++i) units_.push_back(tovx::windows1252ToUnicode(bytes[i]));
+    std::u16string units;
+    if (!tovx::decodeUtf8(bytes, count, units)) {
+        units.reserve(count);
+        for (size_t i = 0; i < count; ++i) units.push_back(tovx::windows1252ToUnicode(bytes[i]));
+    }
+    take(std::move(units));
 }
 
 TOVXString TOVXString::operator+=(const TOVXString& other) {
-    units_ += other.units_;
+    if (other.length() > 0) take(Text() + other.Text());
     return *this;
 }
 
 bool TOVXString::startsWith(const TOVXString& prefix) const {
-    return units_.size() >= prefix.units_.size() && units_.compare(0, prefix.units_.size(), prefix.units_) == 0;
+    const std::u16string& units = Text();
+    const std::u16string& start = prefix.Text();
+    return units.size() >= start.size() && units.compare(0, start.size(), start) == 0;
 }
 
 TOVXString TOVXString::replace(unsigned short from, unsigned short to) const {
-    TOVXString result(*this);
-    for (char16_t& unit : result.units_)
+    std::u16string units = Text();
+    for (char16_t& unit : units)
         if (unit == from) unit = static_cast<char16_t>(to);
+    TOVXString result;
+    result.take(std::move(units));
     return result;
 }
 
 TOVXResult TOVXString::convertToWideCharacter(unsigned short* buffer, int size) const {
     if (buffer == nullptr || size <= 0) return TOVXResult(TOVX_E_FAIL);
+    const std::u16string& units = Text();
     const size_t room = static_cast<size_t>(size) - 1;
-    const size_t count = units_.size() < room ? units_.size() : room;
-    std::memcpy(buffer, units_.data(), count * sizeof(unsigned short));
+    const size_t count = units.size() < room ? units.size() : room;
+    std::memcpy(buffer, units.data(), count * sizeof(unsigned short));
     buffer[count] = 0;
-    return TOVXResult(count == units_.size() ? TOVX_OK : TOVX_E_FAIL);
+    return TOVXResult(count == units.size() ? TOVX_OK : TOVX_E_FAIL);
 }
 
 TOVXString TOVXString::FromUnits(const unsigned short* units, int count) {
     TOVXString text;
-    if (units != nullptr && count > 0) text.units_.assign(reinterpret_cast<const char16_t*>(units), static_cast<size_t>(count));
+    if (units != nullptr && count > 0) text.take(std::u16string(reinterpret_cast<const char16_t*>(units), static_cast<size_t>(count)));
     return text;
 }
 
 TOVXString TOVXString::FromUtf8(const std::string& text) { return TOVXString(text.c_str(), nullptr); }
 
 std::string TOVXString::ToUtf8() const {
+    const std::u16string& units = Text();
     std::string out;
-    out.reserve(units_.size());
-    for (size_t i = 0; i < units_.size(); ++i) {
-        char32_t cp = units_[i];
-        if (cp >= 0xD800 && cp <= 0xDBFF && i + 1 < units_.size() && units_[i + 1] >= 0xDC00 && units_[i + 1] <= 0xDFFF) {
-            cp = 0x10000 + ((cp - 0xD800) << 10) + (units_[i + 1] - 0xDC00);
+    out.reserve(units.size());
+    for (size_t i = 0; i < units.size(); ++i) {
+        char32_t cp = units[i];
+        if (cp >= 0xD800 && cp <= 0xDBFF && i + 1 < units.size() && units[i + 1] >= 0xDC00 && units[i + 1] <= 0xDFFF) {
+            cp = 0x10000 + ((cp - 0xD800) << 10) + (units[i + 1] - 0xDC00);
             ++i;
         } else if (cp >= 0xD800 && cp <= 0xDFFF) {
             cp = 0xFFFD;  // a lone surrogate has no UTF-8 form

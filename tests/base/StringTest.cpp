@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "TOVXString.h"
@@ -63,6 +64,15 @@ TEST(String, ReplaceLeavesTheReceiverAloneAndPlusEqualsChangesIt) {
     TOVXString self = text("ab");
     self += self;
     EXPECT_TRUE(self.equals(text("abab")));
+    // Copies share their units: changing one, or moving it away, leaves the others as they were.
+    TOVXString original = text("a name longer than a few units");
+    TOVXString copy = original;
+    const TOVXString assigned = copy;
+    copy += text("!");
+    const TOVXString moved = std::move(original);
+    EXPECT_TRUE(assigned.equals(text("a name longer than a few units")));
+    EXPECT_TRUE(moved.equals(assigned));
+    EXPECT_EQ(copy.length(), assigned.length() + 1);
 }
 
 TEST(String, WideConversionNeverWritesBeyondTheGivenSize) {

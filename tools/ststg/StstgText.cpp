@@ -66,8 +66,20 @@ std::string jsonString(const std::string& utf8) {
     return out + "\"";
 }
 
+namespace {
+
+// True when the name shows as it stands: printable ASCII without a backslash.
+bool showsAsItStands(const std::u16string& units) {
+    for (const char16_t unit : units)
+        if (unit < 0x20 || unit > 0x7E || unit == '\\') return false;
+    return true;
+}
+
+}  // namespace
+
 std::string displayName(const TOVXString& name) {
     if (name.length() == 0) return "\"\"";
+    if (showsAsItStands(name.Text())) return std::string(name.Text().begin(), name.Text().end());
     // Escapes are ASCII, so the whole text is built in units and converted once.
     std::u16string shown;
     for (int i = 0; i < name.length(); ++i) {

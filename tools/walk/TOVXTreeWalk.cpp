@@ -1,7 +1,10 @@
 #include "TOVXTreeWalk.h"
 
+#include <cstdint>
+#include <functional>
 #include <string>
 #include <unordered_set>
+#include <vector>
 
 #include "TOVStStorageConstants.h"
 #include "TOVXNativeOwners.h"
@@ -17,17 +20,34 @@ struct Frame {
     int next = 0;
 };
 
-// For each child, whether an earlier sibling of the same kind has the same name: a
-// lookup by name finds that sibling, never this one. One pass, whatever the number.
+// For each child, whether an earlier sibling of the same kind has the same name: a lookup by
+// name finds that sibling, never this one. One pass over an open-addressed table of the
+// children, whatever their number: no name is copied and nothing is allocated per child.
 std::vector<bool> shadowedChildren(const TOVXDynamicArray<TOVStStorageDirEntry>& children) {
-    std::unordered_set<std::u16string> streams;
-    std::unordered_set<std::u16string> storages;
-    std::vector<bool> shadowed(static_cast<size_t>(children.Count()), false);
-    for (int i = 0; i < children.Count(); ++i) {
-        TOVStStorageDirEntry child = *children.At(i);
-        if (!child.isStream() && !child.isStorage()) continue;
-        auto& seen = child.isStream() ? streams : storages;
-        shadowed[static_cast<size_t>(i)] = !seen.insert(child.getName().Text()).second;
+    const size_t count = static_cast<size_t>(children.Count());
+    std::vector<bool> shadowed(count, false);
+    size_t slots = 16;
+    while (slots < 2 * count) slots *= 2;
+    std::vector<uint32_t> table(slots, 0);  // child position + 1; 0 for a free slot
+    std::vector<size_t> hashes(count, 0);
+    const std::hash<std::u16string> hash;
+    const auto child = [&children](size_t i) -> const TOVStStorageDirEntry& { return *children.At(static_cast<int>(i)); };
+    for (size_t i = 0; i < count; ++i) {
+        const int type = child(i).getType();
+        if (type != STGTY_STREAM && type != STGTY_STORAGE) continue;
+        const TOVXString name = child(i).getName();
+        hashes[i] = hash(name.Text()) ^ static_cast<size_t>(type);
+        for (size_t slot = hashes[i] & (slots - 1);; slot = (slot + 1) & (slots - 1)) {
+            if (table[slot] == 0) {
+                table[slot] = static_cast<uint32_t>(i + 1);
+                break;
+            }
+            const size_t earlier = table[slot] - 1;
+            if (hashes[earlier] == hashes[i] && child(earlier).getType() == type && child(earlier).getName().equals(name)) {
+                shadowed[i] = true;
+                break;
+            }
+        }
     }
     return shadowed;
 }

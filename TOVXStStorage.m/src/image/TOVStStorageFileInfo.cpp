@@ -263,10 +263,11 @@ void TOVStStorageFileInfo::readDirectorySector(FILE* stream) {
     std::vector<unsigned char> bytes(size);
     for (const uint32_t sector : chain) {
         readSector(stream, sector, size, bytes.data());
+        // Each slot is decoded where it lands in the table.
         for (uint32_t slot = 0; slot < slots; ++slot) {
-            TOVStStorageDirEntry entry;
-            parseDirEntry(&bytes[slot * kDirEntrySize], entry);
-            dirEntries.Add(entry);
+            TOVStStorageDirEntry* entry = dirEntries.AddDefault();
+            if (entry == nullptr) return;  // no memory left: the directory ends here
+            parseDirEntry(&bytes[slot * kDirEntrySize], *entry);
         }
     }
 }

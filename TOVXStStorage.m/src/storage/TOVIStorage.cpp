@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <unordered_set>
 #include <vector>
 
 #include "TOVStSectorChain.h"
@@ -16,6 +15,40 @@ bool endsSiblingBranch(uint32_t link) { return link == ENDOFCHAIN || link == FRE
 
 // Indices that, read as signed 32-bit values, are negative never name an entry.
 bool namesEntry(uint32_t index, uint32_t tableSize) { return static_cast<int32_t>(index) >= 0 && index < tableSize; }
+
+// The directory indices a walk has met: an open-addressed table that grows with what it
+// holds, so that a storage of a few children in a huge directory costs a few slots, and one
+// of a million children allocates nothing per child.
+class IndexSet {
+public:
+    // False when `index` was in the set already.
+    bool insert(uint32_t index) {
+        if (2 * (count_ + 1) > slots_.size()) grow();
+        const uint64_t key = uint64_t(index) + 1;  // 0 marks a free slot
+        for (size_t slot = spread(index);; slot = (slot + 1) & (slots_.size() - 1)) {
+            if (slots_[slot] == key) return false;
+            if (slots_[slot] == 0) {
+                slots_[slot] = key;
+                ++count_;
+                return true;
+            }
+        }
+    }
+
+private:
+    size_t spread(uint32_t index) const { return (uint64_t(index) * 0x9E3779B97F4A7C15ull >> 32) & (slots_.size() - 1); }
+
+    void grow() {
+        std::vector<uint64_t> old(slots_.empty() ? 16 : 2 * slots_.size(), 0);
+        old.swap(slots_);
+        count_ = 0;
+        for (const uint64_t key : old)
+            if (key != 0) insert(static_cast<uint32_t>(key - 1));
+    }
+
+    std::vector<uint64_t> slots_;
+    size_t count_ = 0;
+};
 
 }  // namespace
 
@@ -87,12 +120,13 @@ void TOVIStorage::getColleagueIndexArray(uint32_t index, TOVXDynamicArray<uint32
     if (stStorageFileInfo == nullptr) return;
     const TOVXDynamicArray<TOVStStorageDirEntry>& table = stStorageFileInfo->dirTable();
     const uint32_t tableSize = static_cast<uint32_t>(table.Count());
-    std::unordered_set<uint32_t> seen(indices.begin(), indices.end());
+    IndexSet seen;
+    for (const uint32_t known : indices) seen.insert(known);
     std::vector<uint32_t> pending{index};
     while (!pending.empty()) {
         const uint32_t current = pending.back();
         pending.pop_back();
-        if (!seen.insert(current).second) continue;
+        if (!seen.insert(current)) continue;
         indices.Add(current);
         if (current >= tableSize) continue;  // kept in the list; dropped when the list is read
         const TOVStStorageDirEntry* entry = table.At(static_cast<int>(current));
