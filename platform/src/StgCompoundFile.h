@@ -68,6 +68,10 @@ public:
     size_t fatLength() const { return fat_.size(); }
     size_t miniFatLength() const { return miniFat_.size(); }
 
+    // True when every entry hangs in the child tree of one storage at most, and the root in
+    // none: no storage then holds itself or one above it, whatever way it was reached.
+    bool childTreesDisjoint() const { return childTreesDisjoint_; }
+
     // The regular sector that holds byte `offset` of the mini stream, or ENDOFCHAIN past its chain.
     // The root's chain is followed once, at the first call.
     uint32_t miniStreamSector(uint64_t offset) const;
@@ -83,6 +87,7 @@ private:
     // The sectors of a chain through the FAT, cut where it leaves the table or loops back.
     std::vector<uint32_t> chain(uint32_t start) const;
     uint64_t sectorsInFile() const;
+    bool findChildTreesDisjoint() const;
 
     std::unique_ptr<StgFile> file_;
     uint16_t sectorShift_ = 9;
@@ -91,6 +96,7 @@ private:
     std::vector<uint32_t> fat_;
     std::vector<uint32_t> miniFat_;
     std::vector<StgDirectoryEntry> entries_;
+    bool childTreesDisjoint_ = false;
 
     mutable std::once_flag miniStreamChainOnce_;
     mutable std::vector<uint32_t> miniStreamChain_;

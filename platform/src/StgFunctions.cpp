@@ -32,7 +32,7 @@ HRESULT WINAPI StgOpenStorage(const WCHAR* pwcsName, IStorage* pstgPriority, DWO
     std::shared_ptr<const StgCompoundFile> compound;
     status = StgCompoundFile::load(std::move(file), compound);
     if (FAILED(status)) return status;
-    *ppstgOpen = new StgStorage(std::move(compound), 0, grfMode, nullptr, {}, path);
+    *ppstgOpen = new StgStorage(std::move(compound), 0, grfMode, nullptr, path);
     return S_OK;
 }
 

@@ -10,17 +10,19 @@
 
 namespace tovxstg {
 
-StgStorage::StgStorage(std::shared_ptr<const StgCompoundFile> file, uint32_t entry, DWORD mode, IStorage* parent,
-                       std::vector<uint32_t> ancestors, std::u16string name)
-    : file_(std::move(file)),
-      entry_(entry),
-      mode_(mode),
-      parent_(parent),
-      ancestors_(std::move(ancestors)),
-      name_(std::move(name)) {}
+StgStorage::StgStorage(std::shared_ptr<const StgCompoundFile> file, uint32_t entry, DWORD mode, StgStorage* parent,
+                       std::u16string name)
+    : file_(std::move(file)), entry_(entry), mode_(mode), parent_(parent), above_(parent), name_(std::move(name)) {}
 
+// The storages above this one are those it was opened through. Where the directory hangs each
+// entry under one storage at most, a child can be none of them (nor this storage), and the
+// look up the chain is left out; a directory whose trees cross is walked up, level by level.
 bool StgStorage::isAncestor(uint32_t index) const {
-    return index == entry_ || std::find(ancestors_.begin(), ancestors_.end(), index) != ancestors_.end();
+    if (index == entry_) return true;
+    if (file_->childTreesDisjoint()) return false;
+    for (const StgStorage* storage = above_; storage != nullptr; storage = storage->above_)
+        if (storage->entry_ == index) return true;
+    return false;
 }
 
 std::vector<uint32_t> StgStorage::children() const {
@@ -71,9 +73,7 @@ HRESULT StgStorage::OpenStorage(const OLECHAR* pwcsName, IStorage* pstgPriority,
     if (FAILED(status)) return status;
     const uint32_t index = findChild(name, kTypeStorage);
     if (index == kNoEntry) return STG_E_FILENOTFOUND;
-    std::vector<uint32_t> ancestors = ancestors_;
-    ancestors.push_back(entry_);
-    *ppstg = new StgStorage(file_, index, grfMode, this, std::move(ancestors), file_->entry(index).name);
+    *ppstg = new StgStorage(file_, index, grfMode, this, file_->entry(index).name);
     return S_OK;
 }
 

@@ -14,10 +14,10 @@ namespace tovxstg {
 
 class StgStorage final : public StgComObject<IStorage> {
 public:
-    // `parent` (null for a root) is kept alive while this storage lives; `ancestors` are the
-    // directory entries of the storages above it; `name` is what Stat reports (a root's path).
-    StgStorage(std::shared_ptr<const StgCompoundFile> file, uint32_t entry, DWORD mode, IStorage* parent,
-               std::vector<uint32_t> ancestors, std::u16string name);
+    // `parent`, the storage this one was opened from (null for a root), is kept alive while
+    // this storage lives; `name` is what Stat reports (a root's path).
+    StgStorage(std::shared_ptr<const StgCompoundFile> file, uint32_t entry, DWORD mode, StgStorage* parent,
+               std::u16string name);
 
     const std::shared_ptr<const StgCompoundFile>& file() const { return file_; }
     // The storages and streams directly under this storage, in name order.
@@ -60,7 +60,8 @@ private:
     uint32_t entry_;
     DWORD mode_;
     StgReference<IStorage> parent_;
-    std::vector<uint32_t> ancestors_;
+    const StgStorage* above_;  // the same storage as parent_
+
     std::u16string name_;
 };
 

@@ -45,7 +45,10 @@ private:
 // One element as the walk reaches it. `parent` is the open storage that holds it, valid
 // only during the visit; null for the root.
 struct HostItem {
-    std::vector<TOVXString> path;  // empty for the root
+    explicit HostItem(const std::vector<TOVXString>& walkPath) : path(walkPath) {}
+    // The walk's own path, names from the root's child down to the element; empty for the
+    // root. Shared by every visit, so a tree thousands deep copies no path.
+    const std::vector<TOVXString>& path;
     bool isStorage = true;
     bool opened = true;            // a storage: it could be opened and its children follow
     bool hasSize = false;          // a stream whose size the platform gave

@@ -1,3 +1,4 @@
+#include <charconv>
 #include <filesystem>
 #include <system_error>
 
@@ -14,35 +15,39 @@ constexpr int kRootType = 5;
 constexpr int kStorageType = 1;
 constexpr int kOtherType = 2;
 
-std::string jsonPath(const std::vector<TOVXString>& path) {
-    std::string out = "[";
-    for (size_t i = 0; i < path.size(); ++i) out += (i > 0 ? ", " : "") + jsonString(path[i].ToUtf8());
-    return out + "]";
-}
-
-void printJsonEntry(const HostItem& item, bool first, FILE* out) {
+void printJsonEntry(const HostItem& item, bool first, JsonPath& jsonPath, FILE* out) {
     const int type = item.path.empty() ? kRootType : item.isStorage ? kStorageType : kOtherType;
-    std::fprintf(out, "%s\n  {\"path\": %s, \"type\": %d", first ? "" : ",", jsonPath(item.path).c_str(), type);
+    std::fprintf(out, "%s\n  {\"path\": %s], \"type\": %d", first ? "" : ",", jsonPath.follow(item.path).c_str(), type);
     if (item.hasSize) std::fprintf(out, ", \"size\": %u", item.size);
     std::fputs("}", out);
 }
 
-void printTextLine(const HostItem& item, FILE* out) {
-    if (item.path.empty()) {
-        std::fputs("/  (root)\n", out);
-        return;
+// The text form's lines, each made in one reused buffer and written with one call.
+class TextLines {
+public:
+    void print(const HostItem& item, FILE* out) {
+        if (item.path.empty()) {
+            std::fputs("/  (root)\n", out);
+            return;
+        }
+        line_.assign(2 * item.path.size(), ' ');
+        line_ += displayName(item.path.back());
+        if (item.isStorage) {
+            line_ += item.opened ? "  (storage)\n" : "  (storage; cannot be opened, contents not listed)\n";
+        } else if (item.hasSize) {
+            line_ += "  (stream, ";
+            char digits[16];
+            line_.append(digits, std::to_chars(digits, digits + sizeof digits, item.size).ptr);
+            line_ += " bytes)\n";
+        } else {
+            line_ += "  (stream; cannot be opened)\n";
+        }
+        std::fwrite(line_.data(), 1, line_.size(), out);
     }
-    const std::string indent(2 * item.path.size(), ' ');
-    const std::string name = displayName(item.path.back());
-    if (item.isStorage) {
-        std::fprintf(out, "%s%s  (storage%s)\n", indent.c_str(), name.c_str(),
-                     item.opened ? "" : "; cannot be opened, contents not listed");
-    } else if (item.hasSize) {
-        std::fprintf(out, "%s%s  (stream, %u bytes)\n", indent.c_str(), name.c_str(), item.size);
-    } else {
-        std::fprintf(out, "%s%s  (stream; cannot be opened)\n", indent.c_str(), name.c_str());
-    }
-}
+
+private:
+    std::string line_;
+};
 
 }  // namespace
 
@@ -63,9 +68,11 @@ int treeCommand(const std::vector<std::string>& arguments, const Console& consol
     const uint64_t fileBytes = std::filesystem::file_size(file, ignored);
     if (json) std::fprintf(console.out, "{\"file\": %s, \"entries\": [", jsonString(file).c_str());
     bool first = true;
+    TextLines lines;
+    JsonPath jsonPath;
     const bool whole = walkHostTree(opened.root(), fileBytes, [&](const HostItem& item) {
-        if (json) printJsonEntry(item, first, console.out);
-        else printTextLine(item, console.out);
+        if (json) printJsonEntry(item, first, jsonPath, console.out);
+        else lines.print(item, console.out);
         first = false;
     });
     if (json) std::fputs("\n]}\n", console.out);

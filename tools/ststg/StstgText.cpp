@@ -167,6 +167,18 @@ std::string shownPath(const std::vector<TOVXString>& names, size_t count) {
     return out.empty() ? "/" : out;
 }
 
+const std::string& JsonPath::follow(const std::vector<TOVXString>& path) {
+    const size_t kept = path.empty() ? 0 : path.size() - 1;
+    if (ends_.size() > kept) ends_.resize(kept);
+    text_.resize(ends_.empty() ? 1 : ends_.back());
+    for (size_t i = ends_.size(); i < path.size(); ++i) {
+        if (i > 0) text_ += ", ";
+        text_ += jsonString(path[i].ToUtf8());
+        ends_.push_back(text_.size());
+    }
+    return text_;
+}
+
 std::string kindName(int type) {
     switch (type) {
         case STGTY_INVALID: return "invalid";

@@ -38,6 +38,20 @@ std::string safeFileName(const TOVXString& name);
 std::string shownPath(const std::vector<TOVXString>& names, size_t count);
 inline std::string shownPath(const std::vector<TOVXString>& names) { return shownPath(names, names.size()); }
 
+// The JSON array of a tree walk's current path, kept in step with it: each name is turned
+// into JSON once, when the walk goes down to it, however many entries lie below. Between two
+// calls the walk's path may only lose names at its end and gain one, so the text of the
+// names before the last stays.
+class JsonPath {
+public:
+    // The text of `path` without its closing bracket.
+    const std::string& follow(const std::vector<TOVXString>& path);
+
+private:
+    std::string text_ = "[";
+    std::vector<size_t> ends_;  // ends_[i]: where the text of path[i] ends
+};
+
 // The word for an entry type: root, storage, stream, lockbytes, property, invalid, or
 // "type N" for a value outside the known set.
 std::string kindName(int type);

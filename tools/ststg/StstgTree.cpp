@@ -14,29 +14,6 @@ namespace {
 using Item = TOVXTreeWalk::Item;
 using Descent = TOVXTreeWalk::Descent;
 
-// The JSON array of the walk's current path, kept in step with it: each name is turned
-// into JSON once, when the walk goes down to it, however many entries lie below. The
-// walk changes its path only at the end, so the text of the names before the last stays.
-class JsonPath {
-public:
-    // The text of `path` without its closing bracket.
-    const std::string& follow(const TOVXTreeWalk::Path& path) {
-        const size_t kept = path.empty() ? 0 : path.size() - 1;
-        if (ends_.size() > kept) ends_.resize(kept);
-        text_.resize(ends_.empty() ? 1 : ends_.back());
-        for (size_t i = ends_.size(); i < path.size(); ++i) {
-            if (i > 0) text_ += ", ";
-            text_ += jsonString(path[i].ToUtf8());
-            ends_.push_back(text_.size());
-        }
-        return text_;
-    }
-
-private:
-    std::string text_ = "[";
-    std::vector<size_t> ends_;  // ends_[i]: where the text of path[i] ends
-};
-
 std::string descentNote(const Item& item) {
     if (item.descent == Descent::Refused) return "; cannot be opened, contents not listed";
     if (item.descent == Descent::AlreadyListed) return "; leads to a storage listed above, not repeated";
