@@ -133,3 +133,30 @@ TEST(StgDamagedFiles, HugeSizesOfLargeSectorFilesAreReportedNotBelieved) {
 }
 
 }  // namespace
+
+// Trees that cross: B, inside A, lists A among its children as well. A storage above the one
+// listed is left out, found by the way the storages were opened.
+TEST(StgDamagedFiles, AStorageNeverListsOneItWasOpenedThrough) {
+    CfbBuilder builder;
+    const int a = builder.addStorage(CfbBuilder::kRoot, u"A");
+    const int b = builder.addStorage(a, u"B");
+    const int x = builder.addStream(b, u"x", patternBytes(10, 1));
+    CfbImage image = builder.layout();
+    image.entries[static_cast<size_t>(x)].right = static_cast<uint32_t>(a);
+    const ScratchFile file(image.serialize());
+    Ref<IStorage> root, first, second;
+    ASSERT_EQ(stgtest::openFile(file.path(), 0x20, root), S_OK);
+    ASSERT_EQ(root->OpenStorage(stgtest::wide("A").data(), nullptr, 0x10, nullptr, 0, first.out()), S_OK);
+    ASSERT_EQ(first->OpenStorage(stgtest::wide("B").data(), nullptr, 0x10, nullptr, 0, second.out()), S_OK);
+    Ref<IStorage> again;
+    EXPECT_EQ(second->OpenStorage(stgtest::wide("A").data(), nullptr, 0x10, nullptr, 0, again.out()), STG_E_FILENOTFOUND);
+    Ref<IEnumSTATSTG> children;
+    ASSERT_EQ(second->EnumElements(0, nullptr, 0, children.out()), S_OK);
+    std::vector<std::u16string> names;
+    STATSTG stat;
+    while (children->Next(1, &stat, nullptr) == S_OK) {
+        names.emplace_back(reinterpret_cast<const char16_t*>(stat.pwcsName));
+        CoTaskMemFree(stat.pwcsName);
+    }
+    EXPECT_EQ(names, std::vector<std::u16string>{u"x"});
+}
