@@ -1,5 +1,7 @@
 #include "TOVXPlatform.h"
 
+#include "TOVXString.h"
+
 #include <cerrno>
 #include <climits>
 #include <cstdlib>
@@ -190,6 +192,9 @@ bool decodeCodePage(const unsigned char* bytes, size_t count, unsigned int codeP
         decodeByCharacter(bytes, length, codePage, decoded);
     }
 #else
+    // Valid UTF-8, the page of most recent files, is decoded here just as iconv decodes it,
+    // without loading a converter; anything else goes to iconv, whose replacements stand.
+    if (codePage == 65001 && tovx::decodeUtf8(bytes, length, out)) return true;
     const char* name = iconvNameOf(codePage);
     if (name == nullptr) return false;
     const iconv_t converter = iconv_open("UTF-16LE", name);

@@ -37,6 +37,7 @@ TEST(CodePage, ThePlatformDecodesMultiByteTextAndReplacesWhatDoesNotDecode) {
         {950, "\xA4\xA4\xA4\xE5", u"\u4E2D\u6587"},
         {54936, "\x95\x32\x82\x36", u"\U00020000"},  // four bytes, beyond the 16-bit range
         {65001, "\xE2\x98\x83", u"\u2603"},
+        {65001, "A\xF0\x9F\x98\x80\xEF\xBB\xBF", u"A\U0001F600\uFEFF"},  // a surrogate pair; a mark kept as a character
         {1258, "\xC3\xF5", u"\u0102\u01A1"},
         {1255, "\xF9", u"\u05E9"},  // a letter that the converter holds back until it knows no mark follows
         {28597, "\xE1\xE2", u"\u03B1\u03B2"},
