@@ -116,6 +116,19 @@ const IconvName kIconvNames[] = {
     {65000, "UTF-7"},      {65001, "UTF-8"},
 };
 
+// The pages whose bytes 0x00 to 0x7F are ASCII, as iconv decodes them: the Windows pages
+// 874 and 1250 to 1258, ISO 8859, US-ASCII and UTF-8.
+bool extendsAscii(unsigned int codePage) {
+    return codePage == 874 || (codePage >= 1250 && codePage <= 1258) || (codePage >= 28591 && codePage <= 28605) ||
+           codePage == 20127 || codePage == 65001;
+}
+
+bool isAscii(const unsigned char* bytes, size_t length) {
+    for (size_t i = 0; i < length; ++i)
+        if (bytes[i] >= 0x80) return false;
+    return true;
+}
+
 const char* iconvNameOf(unsigned int codePage) {
     for (const IconvName& entry : kIconvNames)
         if (entry.codePage == codePage) return entry.name;
@@ -192,8 +205,13 @@ bool decodeCodePage(const unsigned char* bytes, size_t count, unsigned int codeP
         decodeByCharacter(bytes, length, codePage, decoded);
     }
 #else
-    // Valid UTF-8, the page of most recent files, is decoded here just as iconv decodes it,
-    // without loading a converter; anything else goes to iconv, whose replacements stand.
+    // Text all in ASCII reads as the same units in every page that extends ASCII, and valid
+    // UTF-8 decodes here as iconv decodes it: neither needs a converter loaded. Anything
+    // else goes to iconv, whose replacements stand.
+    if (extendsAscii(codePage) && isAscii(bytes, length)) {
+        out.append(bytes, bytes + length);
+        return true;
+    }
     if (codePage == 65001 && tovx::decodeUtf8(bytes, length, out)) return true;
     const char* name = iconvNameOf(codePage);
     if (name == nullptr) return false;

@@ -75,7 +75,7 @@ int main(int argc, char** argv) {
         if (!counts(rest, {0}, 1, values)) return usage();
         written = tovxbench::writeWorkload(tovxbench::deepTreeWorkload(values[0]), path);
     } else if (kind == "props") {
-        if (!counts(rest, {0}, 1, values)) return usage();
+        if (!counts(rest, {0}, 1, values) || values[0] > 254) return usage();
         written = tovxbench::writeWorkload(tovxbench::propertySetWorkload(values[0]), path);
     } else {
         return usage();

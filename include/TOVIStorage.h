@@ -4,7 +4,6 @@
 #include <cstdint>
 #include <memory>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
 #include "TOVIPropertySetStorage.h"
@@ -52,14 +51,21 @@ private:
 
     // Lookups over the cached child list: for each name the first storage and the first
     // stream by directory index, and the property-set streams in order. Built once from
-    // `elements`, which never changes after it is filled.
+    // `elements`, which never changes after it is filled: an open-addressed table of list
+    // positions by the hash of name and kind, so that no name is copied.
     struct ChildIndex {
-        std::unordered_map<std::u16string, int> storages;
-        std::unordered_map<std::u16string, int> streams;
+        struct Slot {
+            uint32_t hash;
+            uint32_t position;  // in `elements`, plus 1; 0 for a free slot
+        };
+        std::vector<Slot> slots;
         std::vector<int> propertySetStreams;
     };
     const ChildIndex* childIndex();
     bool findChild(const TOVXString& name, bool storage, TOVStStorageDirEntry& entry);
+    // The position in `elements` of the first child of that kind and name, or -1; with
+    // `add`, the child at `position` is entered when no earlier one has its kind and name.
+    int lookUpChild(ChildIndex& index, const TOVXString& name, int type, int position, bool add);
 
     TOVStStorageFileInfo* stStorageFileInfo;
     TOVStStorageDirEntry directoryEntry;

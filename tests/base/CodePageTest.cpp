@@ -62,6 +62,19 @@ TEST(CodePage, TextEndsAtItsFirstZeroByteOrItsCountAndIsAppended) {
     EXPECT_EQ(out, u"kept\uD55C");
 }
 
+// Text all in ASCII is decoded without the platform's conversion in the pages that extend
+// ASCII: the same units as the conversion gives for those bytes ahead of one that it must decode.
+TEST(CodePage, AsciiTextReadsAsTheConversionReadsIt) {
+    std::string ascii;
+    for (int byte = 1; byte < 0x80; ++byte) ascii += static_cast<char>(byte);
+    for (unsigned int codePage : {874u, 1250u, 1251u, 1252u, 1253u, 1254u, 1255u, 1256u, 1257u, 1258u, 28591u, 28592u,
+                                  28595u, 28597u, 28605u, 20127u, 65001u}) {
+        const std::u16string converted = decoded(codePage, ascii + "\xC3");
+        ASSERT_GE(converted.size(), ascii.size()) << codePage;
+        EXPECT_EQ(decoded(codePage, ascii), converted.substr(0, ascii.size())) << codePage;
+    }
+}
+
 TEST(CodePage, NumbersWithoutAFixedNarrowEncodingAreRefused) {
     const unsigned char bytes[] = {'a', 'b'};
     for (unsigned int codePage : {0u, 1u, 2u, 3u, 1200u, 1201u, 12000u, 12001u, 4711u, 0xFFFFu}) {

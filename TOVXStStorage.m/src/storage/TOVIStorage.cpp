@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <functional>
 #include <vector>
 
 #include "TOVStSectorChain.h"
@@ -161,29 +162,44 @@ const TOVIStorage::ChildIndex* TOVIStorage::childIndex() {
     TOVXDynamicArray<TOVStStorageDirEntry> list;
     if (enumElements(list) != 0) return nullptr;  // nothing to index yet; a later call tries again
     auto index = std::make_unique<ChildIndex>();
+    size_t slots = 16;
+    while (slots < 2 * static_cast<size_t>(list.Count())) slots *= 2;
+    index->slots.assign(slots, ChildIndex::Slot{0, 0});
     const TOVXString propertySetPrefix(static_cast<unsigned short>(5));
     for (int i = 0; i < list.Count(); ++i) {
-        TOVStStorageDirEntry* child = list.At(i);
-        const TOVXString name = child->getName();
-        // emplace keeps the first of several children with one name: the lowest index wins.
-        if (child->isStorage()) index->storages.emplace(name.Text(), i);
-        if (child->isStream()) {
-            index->streams.emplace(name.Text(), i);
-            if (name.startsWith(propertySetPrefix)) index->propertySetStreams.push_back(i);
-        }
+        const TOVStStorageDirEntry& child = *list.At(i);
+        const int type = child.getType();
+        if (type != STGTY_STORAGE && type != STGTY_STREAM) continue;
+        const TOVXString name = child.getName();
+        // The first of several children with one name and kind is kept: the lowest index wins.
+        lookUpChild(*index, name, type, i, true);
+        if (type == STGTY_STREAM && name.startsWith(propertySetPrefix)) index->propertySetStreams.push_back(i);
     }
     children = std::move(index);
     return children.get();
 }
 
+int TOVIStorage::lookUpChild(ChildIndex& index, const TOVXString& name, int type, int position, bool add) {
+    const size_t mask = index.slots.size() - 1;
+    const uint32_t hash = static_cast<uint32_t>(std::hash<std::u16string>()(name.Text()) ^ static_cast<size_t>(type) * 0x9E3779B9u);
+    for (size_t slot = hash & mask;; slot = (slot + 1) & mask) {
+        ChildIndex::Slot& held = index.slots[slot];
+        if (held.position == 0) {
+            if (add) held = ChildIndex::Slot{hash, static_cast<uint32_t>(position) + 1};
+            return -1;
+        }
+        const TOVStStorageDirEntry& child = *elements.At(static_cast<int>(held.position - 1));
+        if (held.hash == hash && child.getType() == type && child.getName().equals(name))
+            return static_cast<int>(held.position - 1);
+    }
+}
+
 // Names are compared exactly, unit for unit, as they stand in the entries.
 bool TOVIStorage::findChild(const TOVXString& name, bool storage, TOVStStorageDirEntry& entry) {
-    const ChildIndex* index = childIndex();
-    if (index == nullptr) return false;
-    const auto& names = storage ? index->storages : index->streams;
-    const auto found = names.find(name.Text());
-    if (found == names.end()) return false;
-    entry = *elements.At(found->second);
+    if (childIndex() == nullptr) return false;
+    const int position = lookUpChild(*children, name, storage ? STGTY_STORAGE : STGTY_STREAM, 0, false);
+    if (position < 0) return false;
+    entry = *elements.At(position);
     return true;
 }
 
