@@ -158,7 +158,10 @@ int tovxArrayReallocSize(TOVXArrayHeader*& header, int capacity) {
     const bool shared = header->block == nullptr || header->block->holders > 1;
     if (!shared && capacity <= header->capacity) return 0;
     if (capacity < header->count) capacity = header->count;
-    return moveToNewBlock(header, capacity) ? 0 : -1;
+    if (!moveToNewBlock(header, capacity)) return -1;
+    // A reservation is made to be filled: its pages are mapped in one go rather than one fault each.
+    tovxPrefault(header->data, static_cast<std::size_t>(header->capacity) * static_cast<std::size_t>(header->elementSize));
+    return 0;
 }
 
 bool tovxArrayIsShared(const TOVXArrayHeader* header) {

@@ -1,6 +1,7 @@
 #ifndef TOVX_MEMORY_MANAGER_H
 #define TOVX_MEMORY_MANAGER_H
 
+#include <cstddef>
 #include <new>
 #include <utility>
 
@@ -16,6 +17,10 @@ inline void* tovxAllocate(unsigned int size) { return TOVXMemoryManager::Allocat
 inline void tovxDeallocate(void* block) {
     if (block != nullptr) TOVXMemoryManager::Deallocate(block);
 }
+
+// Maps the pages of a large part of a block that is about to be filled, in one go rather than
+// one page fault at a time; a hint that may do nothing (small ranges, other systems).
+void tovxPrefault(void* start, std::size_t bytes);
 
 // Creates an object in a block from the memory manager; a null block gives a null object.
 template <typename T, typename... Args>
