@@ -81,7 +81,7 @@ void BM_StstgTreeNestedStorages(benchmark::State& state) {
     const int depth = static_cast<int>(state.range(0));
     const ScratchFile& file = nestedStoragesFile(depth);
     for (auto _ : state)
-        if (runQuietly({"tree", file.path()}) != 0) state.SkipWithError("tree failed");
+        if (runQuietly({"--native", "tree", file.path()}) != 0) state.SkipWithError("tree failed");
     state.SetComplexityN(depth);
 }
 BENCHMARK(BM_StstgTreeNestedStorages)->Arg(kEntriesPer128KB)->Arg(4 * kEntriesPer128KB)->Arg(8 * kEntriesPer128KB)->Complexity();
@@ -91,7 +91,7 @@ void BM_StstgExtractNamesakes(benchmark::State& state) {
     const ScratchFile& file = namesakesFile(count);
     const std::string target = file.path() + ".out";
     for (auto _ : state)
-        if (runQuietly({"extract", file.path(), target}) != 0) state.SkipWithError("extract failed");
+        if (runQuietly({"--native", "extract", "--force", file.path(), target}) != 0) state.SkipWithError("extract failed");
     std::error_code ignored;
     std::filesystem::remove_all(target, ignored);
     state.SetComplexityN(count);
