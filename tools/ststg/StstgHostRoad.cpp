@@ -1,8 +1,6 @@
 // The host road: the platform's structured-storage service through the library's host
 // stack (OpenStorage, GetChildElements, OpenStream, TOVXStructuredStorageUtils). It sees
 // the platform's service header, never the native stack's headers.
-#include <sys/stat.h>
-
 #include <algorithm>
 #include <cctype>
 #include <cstring>
@@ -10,20 +8,14 @@
 #include <system_error>
 #include <unordered_set>
 
-#include "StstgHostValues.h"
-#include "StstgPropertyLabels.h"
+#include "StstgHostProperties.h"
 #include "StstgRoad.h"
 #include "StstgText.h"
-#include "TOVXProperty.h"
-#include "TOVXPropertyContainerHandle.h"
 #include "TOVXStorageReader.h"
-#include "TOVXStructuredStorageUtils.h"
 
 namespace ststg {
 
 namespace {
-
-using Utils = TOVXStructuredStorageUtils;
 
 constexpr int kRootType = 5;
 constexpr int kStorageType = 1;
@@ -31,19 +23,12 @@ constexpr int kOtherType = 2;
 constexpr uint64_t kEntryBytes = 128;  // a directory entry takes this much of the file
 constexpr uint32_t kReadChunk = 1 << 16;
 
-// The user-defined properties, {D5CDD505-2E9C-101B-9397-08002B2CF9AE}, in the byte order of
-// the printed form: the service opens that set by its id but does not enumerate it.
-const unsigned char kUserDefinedId[16] = {0xD5, 0xCD, 0xD5, 0x05, 0x2E, 0x9C, 0x10, 0x1B,
-                                          0x93, 0x97, 0x08, 0x00, 0x2B, 0x2C, 0xF9, 0xAE};
-
 // Names compared as the platform's lookup compares them, without case (ASCII letters here).
 std::string folded(const TOVXString& name) {
     std::string text = name.ToUtf8();
     std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) { return std::tolower(c); });
     return text;
 }
-
-uint64_t ticks(const FILETIME& time) { return (static_cast<uint64_t>(time.dwHighDateTime) << 32) | time.dwLowDateTime; }
 
 bool allZero(const CLSID& id) {
     const unsigned char* bytes = reinterpret_cast<const unsigned char*>(&id);
@@ -56,13 +41,6 @@ void storedBytes(const GUID& id, unsigned char* out) {
     for (int i = 0; i < 2; ++i) out[4 + i] = static_cast<unsigned char>(id.Data2 >> (8 * i));
     for (int i = 0; i < 2; ++i) out[6 + i] = static_cast<unsigned char>(id.Data3 >> (8 * i));
     std::memcpy(out + 8, id.Data4, 8);
-}
-
-// "{GUID}" as the service writes it.
-std::string guidTextOf(const GUID& id) {
-    WCHAR text[40] = {};
-    StringFromGUID2(id, text, 40);
-    return TOVXString(reinterpret_cast<const unsigned short*>(text)).ToUtf8();
 }
 
 // Class id (as stored) and times of an element, from the service's Stat.
@@ -79,8 +57,8 @@ Facts factsOf(Element* element) {
     STATSTG status;
     std::memset(&status, 0, sizeof status);
     if (element == nullptr || FAILED(element->Stat(&status, STATFLAG_NONAME))) return facts;
-    facts.created = ticks(status.ctime);
-    facts.modified = ticks(status.mtime);
+    facts.created = ticksOf(status.ctime);
+    facts.modified = ticksOf(status.mtime);
     facts.hasClsid = !allZero(status.clsid);
     storedBytes(status.clsid, facts.clsid);
     return facts;
@@ -242,77 +220,6 @@ private:
     uint64_t reached_ = 0;
 };
 
-std::string valueKind(int type) {
-    switch (type) {
-        case ValueTypeNotFound: return "empty";  // VT_EMPTY, or a value the service could not read
-        case ValueTypeUnknown: return "unconverted";
-        case ValueTypeText: return "text";
-        case ValueTypeInteger: return "integer";
-        case ValueTypeFloat: return "float";
-        case ValueTypeBoolean: return "boolean";
-        case ValueTypeDate: return "date";
-        default: return "type " + std::to_string(type);
-    }
-}
-
-// The set's format id, from the service's Stat of the set; empty when Stat fails.
-std::string setId(IPropertyStorage* set) {
-    STATPROPSETSTG status;
-    std::memset(&status, 0, sizeof status);
-    if (FAILED(set->Stat(&status))) return std::string();
-    return guidTextOf(status.fmtid);
-}
-
-// The human form of one property, where it differs from the library's text: the value
-// itself where the library gives "...", the code page as its unsigned number, EditTime
-// as a duration. The value is read again from the set for it.
-void addHumanForm(IPropertyStorage* set, const std::string& id, PropertyRow& row) {
-    const bool unconverted = row.type == ValueTypeUnknown && row.value.ToUtf8() == "...";
-    const bool codePage = row.id == kCodePageId && row.type == ValueTypeInteger && row.value.ToUtf8().rfind('-', 0) == 0;
-    const bool editTime = isEditTime(id, row.id) && row.type == ValueTypeDate;
-    if (!unconverted && !codePage && !editTime) return;
-    PROPSPEC spec;
-    std::memset(&spec, 0, sizeof spec);
-    spec.ulKind = PRSPEC_PROPID;
-    spec.propid = row.id;
-    PROPVARIANT value;
-    std::memset(&value, 0, sizeof value);
-    if (set->ReadMultiple(1, &spec, &value) != S_OK) return;
-    if (unconverted) {
-        humanValue(value, row.displayText, row.displayJson);
-    } else {
-        if (codePage && value.vt == VT_I2) row.displayText = std::to_string(value.uiVal);
-        if (editTime && value.vt == VT_FILETIME) row.displayText = durationText(ticks(value.filetime));
-        if (!row.displayText.empty()) row.displayJson = jsonString(row.displayText);
-    }
-    PropVariantClear(&value);
-}
-
-PropertySetView viewOf(IPropertyStorage* set) {
-    PropertySetView view;
-    view.id = setId(set);
-    view.stream = propertySetStreamName(view.id);
-    TOVXPropertyContainerHandle properties;
-    Utils::GetAllPropertySets(set, properties);
-    const TOVXPropertyContainer* container = properties;
-    if (container == nullptr) return view;
-    for (const TOVXPropertyHandle& property : properties->GetProperties()) {
-        if (!property.IsValid()) continue;
-        PropertyRow row;
-        row.id = property->GetID();
-        property->GetData(row.name, row.value, row.type);
-        row.kindWord = valueKind(row.type);
-        row.label = wellKnownLabel(view.id, row.id);
-        addHumanForm(set, view.id, row);
-        view.rows.push_back(row);
-    }
-    return view;
-}
-
-bool alreadyListed(const std::vector<PropertySetView>& sets, const std::string& id) {
-    return std::any_of(sets.begin(), sets.end(), [&](const PropertySetView& set) { return set.id == id; });
-}
-
 class HostRoad : public Road {
 public:
     HostRoad(IStorage* root, const TOVXFilePath& temporary, const std::string& path)
@@ -362,20 +269,7 @@ public:
     bool propertySets(const NamePath& path, std::vector<PropertySetView>& sets) override {
         const StorageChain chain(root_, path);
         if (chain.storage() == nullptr) return false;
-        IPropertySetStorage* view = nullptr;
-        if (Utils::OpenPropertySetStorage(chain.storage(), view).IsSuccess()) {
-            TOVXDynamicArray<IPropertyStorage*> list;
-            Utils::OpenAllPropertyStorages(view, list);
-            for (IPropertyStorage* set : list) sets.push_back(viewOf(set));
-            // Sets open exclusively: all of them go before the user-defined one is opened.
-            for (IPropertyStorage* set : list) Utils::ClosePropertyStorage(set);
-            Utils::ClosePropertySetStorage(view);
-        }
-        IPropertyStorage* userDefined = nullptr;
-        if (Utils::OpenPropertySetWithId(chain.storage(), kUserDefinedId, userDefined).IsSuccess()) {
-            if (!alreadyListed(sets, setId(userDefined))) sets.push_back(viewOf(userDefined));
-            Utils::ClosePropertyStorage(userDefined);
-        }
+        hostPropertySets(chain.storage(), sets);
         return true;
     }
 

@@ -1,4 +1,4 @@
-#include "StstgHostValues.h"
+#include "StstgHostProperties.h"
 
 #include <cstdio>
 #include <cstring>

@@ -104,7 +104,8 @@ public:
         TOVXImageDamage* damage = start.empty() ? &walkDamage_.emplace(*root_) : nullptr;
         TOVXTreeWalk::walk(*storage, [&](const TOVXTreeWalk::Item& item) {
             if (damage != nullptr) damage->look(item);
-            visit(entryOf(item));
+            TOVStStorageDirEntry entry = item.entry;  // the visit's class id points into it
+            visit(entryOf(item, entry));
         });
         return std::string();
     }
@@ -143,8 +144,7 @@ private:
         return current;
     }
 
-    static Entry entryOf(const TOVXTreeWalk::Item& item) {
-        TOVStStorageDirEntry entry = item.entry;
+    static Entry entryOf(const TOVXTreeWalk::Item& item, const TOVStStorageDirEntry& entry) {
         const unsigned char* clsid = entry.getClsID();
         TOVIStorage* parent = item.parent;
         const TOVXString name = entry.getName();
