@@ -1,6 +1,7 @@
 #include "TOVXImageDamage.h"
 
 #include <algorithm>
+#include <unordered_set>
 
 #include "TOVStStorageConstants.h"
 
@@ -63,7 +64,7 @@ uint32_t TOVXImageDamage::heldOfFatChain(uint32_t start, uint32_t size) const {
     const TOVXDynamicArray<unsigned int>& table = image_->fatTable();
     const uint32_t tableSize = static_cast<uint32_t>(table.Count());
     const uint32_t sectorSize = image_->sectorSize();
-    std::vector<bool> visited(tableSize, false);
+    std::unordered_set<uint32_t> visited;  // as long as the chain, never as long as the table
     uint32_t held = 0;
     uint32_t current = start;
     for (uint32_t remaining = image_->fileSectorCount(); remaining > 0; --remaining) {
@@ -73,21 +74,25 @@ uint32_t TOVXImageDamage::heldOfFatChain(uint32_t start, uint32_t size) const {
         if (position + wanted > end) return held + static_cast<uint32_t>(position < end ? end - position : 0);
         held += wanted;
         if (held >= size || current >= tableSize) break;
-        visited[current] = true;
+        visited.insert(current);
         const uint32_t next = *table.At(static_cast<int>(current));
-        if (isSpecialSector(next) || (next < tableSize && visited[next])) break;
+        if (isSpecialSector(next) || visited.count(next) > 0) break;
         current = next;
     }
     return held;
 }
 
-// A mini chain as the library follows it: a loop is walked again until the size is used up,
-// at most the file's size in mini sectors. What lies past the held mini stream is not held.
+// A mini chain as the library follows it, to a special value, a sector outside the table
+// or the file's size in mini sectors. The library walks a loop again until the size is
+// used up, so it gives bytes, but from the loop on they are not the stream's: the stream
+// is held up to where the chain comes back to a sector. What lies past the held mini
+// stream is not held.
 uint32_t TOVXImageDamage::heldOfMiniChain(uint32_t start, uint32_t size) const {
     const uint32_t miniSectorSize = image_->getEquivalentMiniFatBytePos(1) - image_->getEquivalentMiniFatBytePos(0);
     if (size == 0 || isSpecialSector(start) || miniSectorSize == 0) return 0;
     const TOVXDynamicArray<unsigned int>& table = image_->miniFatTable();
     const uint32_t tableSize = static_cast<uint32_t>(table.Count());
+    std::unordered_set<uint32_t> visited;
     uint32_t held = 0;
     uint32_t current = start;
     for (uint32_t remaining = image_->fileMiniSectorCount(); remaining > 0; --remaining) {
@@ -97,8 +102,9 @@ uint32_t TOVXImageDamage::heldOfMiniChain(uint32_t start, uint32_t size) const {
             return held + static_cast<uint32_t>(position < miniStreamHeld_ ? miniStreamHeld_ - position : 0);
         held += wanted;
         if (held >= size || current >= tableSize) break;
+        visited.insert(current);
         const uint32_t next = *table.At(static_cast<int>(current));
-        if (isSpecialSector(next)) break;
+        if (isSpecialSector(next) || visited.count(next) > 0) break;
         current = next;
     }
     return held;
