@@ -147,7 +147,12 @@ const char kInfoHelp[] =
     "Shows the header facts of FILE (version, byte order, sector and mini sector sizes,\n"
     "the mini stream cutoff, the file's size in sectors and the header's counts of FAT,\n"
     "DIFAT, directory and mini FAT sectors), the root's class id, how many storages and\n"
-    "streams the reader finds and how many bytes the streams hold, and the damage found.\n";
+    "streams the reader finds and how many bytes the streams hold, and the damage found.\n"
+    "With --json the same as one object: {\"file\", \"road\" (host or native),\n"
+    "\"major_version\", \"minor_version\", \"little_endian\", \"sector_size\",\n"
+    "\"mini_sector_size\", \"mini_stream_cutoff\", \"file_size\", \"sectors\": {\"file\",\n"
+    "\"fat\", \"difat\", \"directory\", \"mini_fat\"}, \"clsid\" (when there is one),\n"
+    "\"storages\", \"streams\", \"other_entries\", \"stream_bytes\", \"damage\": [TEXT, ...]}.\n";
 
 }  // namespace
 
