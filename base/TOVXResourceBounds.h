@@ -1,0 +1,79 @@
+#ifndef TOVX_RESOURCE_BOUNDS_H
+#define TOVX_RESOURCE_BOUNDS_H
+
+#include <cstdint>
+#include <new>
+
+// What reading a file may cost, whatever the file declares. Files arrive from anywhere, so
+// every stack (the native one, the platform stand-in under the host stack, and ststg over
+// both) holds to one promise: opening a file of N bytes, walking its whole tree, opening
+// every stream, parsing every property set and printing it takes time O(N log N) at worst,
+// and allocates at most a small constant times N plus a fixed amount. Three rules give it:
+//  - Nothing is allocated for a size, count or offset that the file cannot back: tables,
+//    streams and lists grow with what the file holds, never with what it claims.
+//  - Every walk is bounded by what the file can hold: a chain of sectors visits at most the
+//    file's sector count (a chain that loops is cut, or, for a small stream, walked again
+//    within the same count until its size is used up); a walk over the directory lists at
+//    most as many entries as the directory has slots, and holds each name once; a stream's
+//    bytes are held once, by whoever opened it.
+//  - Work that a crafted file could make repeat (text copied out of a property stream, its
+//    dictionaries) has a budget of a small multiple of the stream's size. The bounds below
+//    never bite on a file that a writer of the format produced: there every value, string
+//    and entry is read once.
+// The numbers are stated here and nowhere else; each stack takes them from this header.
+namespace tovxbounds {
+
+// Bytes of the file that one directory entry takes.
+constexpr uint64_t kDirectoryEntryBytes = 128;
+
+// The most directory entries that a file of `fileBytes` bytes can hold, at least 1. A walk
+// that lists more entries than this is listing some of them again.
+constexpr uint64_t directoryEntriesIn(uint64_t fileBytes) { return fileBytes / kDirectoryEntryBytes + 1; }
+
+// Text that strings and names of one property-set stream of S bytes may copy out:
+// kTextPerStreamByte * S + kTextFixed bytes. Past it, further strings read empty.
+constexpr uint64_t kTextPerStreamByte = 16;
+constexpr uint64_t kTextFixed = 65536;
+constexpr uint64_t textBudget(uint64_t streamBytes) { return kTextPerStreamByte * streamBytes + kTextFixed; }
+
+// Dictionary entries that one property-set stream of S bytes may have read: each entry takes
+// at least eight bytes of the stream, and dictionaries at different places may overlap.
+constexpr uint64_t kDictionaryReadsPerEntry = 4;
+constexpr uint64_t kDictionaryEntriesFixed = 4096;
+constexpr uint64_t dictionaryBudget(uint64_t streamBytes) {
+    return kDictionaryReadsPerEntry * (streamBytes / 8) + kDictionaryEntriesFixed;
+}
+
+// Bytes of a property-set stream that the values of its properties may span when they are
+// decoded, summed over the values: values that share or overlap their bytes are decoded once
+// each, so a crafted table could otherwise make the work the square of the stream's size.
+constexpr uint64_t valueBudget(uint64_t streamBytes) { return textBudget(streamBytes); }
+
+}  // namespace tovxbounds
+
+// Memory running out. The library's own tables and scratch come from TOVXMemoryManager,
+// which answers null, or from the standard library, which throws std::bad_alloc. No
+// exception leaves the library: every public entry point runs its work through
+// tovxWithoutThrowing, which turns a failed allocation into the entry point's lenient
+// failure. The work must leave the objects it touches as they were or in a state that
+// is complete in itself, which the entry points do by building results apart and
+// assigning them at the end.
+template <typename Result, typename Work>
+Result tovxWithoutThrowing(Result failure, Work&& work) noexcept {
+    try {
+        return work();
+    } catch (...) {  // the standard library throws nothing here but for memory running out
+        return failure;
+    }
+}
+
+// The same for work without a result.
+template <typename Work>
+void tovxWithoutThrowing(Work&& work) noexcept {
+    try {
+        work();
+    } catch (...) {
+    }
+}
+
+#endif
