@@ -22,12 +22,14 @@ size_t sectionOfSet(const StgPropertySetStream& stream, const FMTID& fmtid) {
 
 }  // namespace
 
-HRESULT StgPropertySetStorage::QueryInterface(REFIID riid, void** object) {
+HRESULT StgPropertySetStorage::QueryInterface(REFIID riid, void** object) try {
     if (IsEqualIID(riid, IID_IPropertySetStorage)) return StgComObject<IPropertySetStorage>::QueryInterface(riid, object);
     return storage_->QueryInterface(riid, object);
+} catch (...) {  // memory ran out (TOVXResourceBounds.h)
+    return STG_E_INSUFFICIENTMEMORY;
 }
 
-HRESULT StgPropertySetStorage::Open(REFFMTID rfmtid, DWORD grfMode, IPropertyStorage** ppprstg) {
+HRESULT StgPropertySetStorage::Open(REFFMTID rfmtid, DWORD grfMode, IPropertyStorage** ppprstg) try {
     if (ppprstg == nullptr) return STG_E_INVALIDPOINTER;
     *ppprstg = nullptr;
     HRESULT status = checkChildMode(grfMode);
@@ -41,9 +43,11 @@ HRESULT StgPropertySetStorage::Open(REFFMTID rfmtid, DWORD grfMode, IPropertySto
     if (section >= stream->sections().size()) return STG_E_FILENOTFOUND;
     *ppprstg = new StgPropertyStorage(storage_.get(), stream, section, rfmtid, storage_->file()->entry(entry), grfMode);
     return S_OK;
+} catch (...) {  // memory ran out (TOVXResourceBounds.h)
+    return STG_E_INSUFFICIENTMEMORY;
 }
 
-HRESULT StgPropertySetStorage::Enum(IEnumSTATPROPSETSTG** ppenum) {
+HRESULT StgPropertySetStorage::Enum(IEnumSTATPROPSETSTG** ppenum) try {
     if (ppenum == nullptr) return STG_E_INVALIDPOINTER;
     *ppenum = nullptr;
     // The streams whose names stand for a format id and that hold a property set, in the
@@ -61,6 +65,8 @@ HRESULT StgPropertySetStorage::Enum(IEnumSTATPROPSETSTG** ppenum) {
     }
     *ppenum = new StgPropertySetEnumerator(storage_.get(), std::move(sets), 0);
     return S_OK;
+} catch (...) {  // memory ran out (TOVXResourceBounds.h)
+    return STG_E_INSUFFICIENTMEMORY;
 }
 
 HRESULT StgPropertySetStorage::Create(REFFMTID, const CLSID*, DWORD, DWORD, IPropertyStorage** ppprstg) {
