@@ -45,7 +45,10 @@ private:
 // One element as the walk reaches it. `parent` is the open storage that holds it, valid
 // only during the visit; null for the root.
 struct HostItem {
-    std::vector<TOVXString> path;  // empty for the root
+    explicit HostItem(const std::vector<TOVXString>& names) : path(names) {}
+    // The walk's own path, shared by every visit and changed only at its end between visits;
+    // empty for the root. Each name on the way down is held once, however deep the tree.
+    const std::vector<TOVXString>& path;
     bool isStorage = true;
     bool opened = true;            // a storage: it could be opened and its children follow
     bool hasSize = false;          // a stream whose size the platform gave

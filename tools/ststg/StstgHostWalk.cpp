@@ -1,21 +1,20 @@
 #include "StstgHostCommon.h"
 
+#include "TOVXResourceBounds.h"
+
 namespace ststg {
 namespace host {
 
 namespace {
 
-constexpr uint64_t kEntryBytes = 128;  // a directory entry takes this much of the file
-
 struct Level {
     IStorage* storage;  // closed when the level is left, unless it is the root
     TOVXDynamicArray<TOVXStStorageElement> children;
     int next;
-    std::vector<TOVXString> path;
 };
 
-Level enter(IStorage* storage, const std::vector<TOVXString>& path) {
-    Level level{storage, TOVXDynamicArray<TOVXStStorageElement>(), 0, path};
+Level enter(IStorage* storage) {
+    Level level{storage, TOVXDynamicArray<TOVXStStorageElement>(), 0};
     GetChildElements(storage, level.children);
     return level;
 }
@@ -29,16 +28,18 @@ void measureStream(IStorage* parent, HostItem& item) {
 }  // namespace
 
 bool walkHostTree(IStorage* root, uint64_t fileBytes, const std::function<void(const HostItem&)>& visit) {
-    visit(HostItem());
-    const uint64_t limit = fileBytes / kEntryBytes + 1;
+    std::vector<TOVXString> path;  // each name on the way down once: path.size() + 1 == stack.size() between items
+    visit(HostItem(path));
+    const uint64_t limit = tovxbounds::directoryEntriesIn(fileBytes);
     uint64_t reached = 0;
     std::vector<Level> stack;
-    stack.push_back(enter(root, {}));
+    stack.push_back(enter(root));
     while (!stack.empty()) {
         Level& top = stack.back();
         if (top.next >= top.children.Count()) {
             if (top.storage != root) CloseStorage(top.storage);
             stack.pop_back();
+            if (!stack.empty()) path.pop_back();  // the name of the storage just finished
             continue;
         }
         if (++reached > limit) {
@@ -47,20 +48,21 @@ bool walkHostTree(IStorage* root, uint64_t fileBytes, const std::function<void(c
             return false;
         }
         const TOVXStStorageElement element = *top.children.At(top.next++);
-        HostItem item;
-        item.path = top.path;
-        item.path.push_back(element.name);
+        path.push_back(element.name);
+        HostItem item(path);
         item.isStorage = element.isStorage == 1;
         item.parent = top.storage;
         if (!item.isStorage) {
             measureStream(top.storage, item);
             visit(item);
+            path.pop_back();
             continue;
         }
         IStorage* child = OpenStorage(top.storage, element.name);
         item.opened = child != nullptr;
         visit(item);
-        if (child != nullptr) stack.push_back(enter(child, item.path));  // `top` is not used past here
+        if (child != nullptr) stack.push_back(enter(child));  // `top` is not used past here
+        else path.pop_back();
     }
     return true;
 }

@@ -11,8 +11,10 @@
 // Walks the tree of an opened file depth first, each storage's children in enumElements
 // order, and shows every entry it reaches to a visitor once. A storage is gone into once
 // at most: a directory whose child links loop, or two storages that share a name, cannot
-// make the walk repeat itself, so the walk ends on every file. It keeps the open ancestors
-// on an explicit stack, never recursing, and holds each name on the way down once.
+// make the walk repeat itself, so the walk ends on every file. It lists no more entries
+// than the directory has slots (TOVXResourceBounds.h): a storage whose children would go
+// past that lists entries listed already, and is not gone into. It keeps the open
+// ancestors on an explicit stack, never recursing, and holds each name on the way down once.
 class TOVXTreeWalk {
 public:
     // What became of a child storage when the walk tried to go into it.
@@ -21,7 +23,7 @@ public:
         NoChildren,     // a storage whose child link is empty
         Descended,      // opened; its children follow
         Refused,        // openStorage refused it (an empty name, a damaged entry)
-        AlreadyListed,  // its name leads to a storage whose children were listed already
+        AlreadyListed,  // its name leads to a storage whose children (some of them) were listed already
     };
 
     // Names from the root's child down to an entry; empty for the root.
