@@ -29,7 +29,15 @@ std::vector<uint32_t> StgStorage::children() const { return file_->childrenOf(en
 
 // Two names are the same when compareNames finds them equal: of one length, and equal once
 // upper-cased. Of several children of one name and type, the first in name order is found.
+// The first few lookups pass over the children; from then on a sorted index serves them.
 uint32_t StgStorage::findChild(const std::u16string& name, uint8_t type) const {
+    if (lookups_.fetch_add(1) < kLookupsBeforeIndex) {
+        for (const uint32_t index : file_->childrenOf(entry_)) {
+            const StgDirectoryEntry& child = file_->entry(index);
+            if (child.type == type && compareNames(child.name, name) == 0) return index;
+        }
+        return kNoEntry;
+    }
     std::call_once(namesSorted_, [this] {
         std::vector<NameKey> keys;
         for (const uint32_t index : file_->childrenOf(entry_)) {

@@ -7,6 +7,7 @@
 #include "StgComObject.h"
 #include "StgCompoundFile.h"
 
+#include <atomic>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -68,8 +69,10 @@ private:
     DWORD mode_;
     StgReference<IStorage> parent_;
     std::u16string name_;
-    // The children by type and name, sorted once at the first lookup, so that looking up every
-    // child of a storage costs n log n however the directory's tree is shaped.
+    // The children by type and name, sorted once when lookups become many, so that looking up
+    // every child of a storage costs n log n however the directory's tree is shaped.
+    static constexpr unsigned kLookupsBeforeIndex = 8;
+    mutable std::atomic<unsigned> lookups_{0};
     mutable std::once_flag namesSorted_;
     mutable std::vector<NameKey> names_;
 };

@@ -69,6 +69,8 @@ private:
         }
         if (item.descent == Descent::Refused) warn(item, "storage cannot be opened; its contents are not extracted");
         if (item.descent == Descent::AlreadyListed) warn(item, "leads to a storage extracted already; left empty");
+        if (item.descent == Descent::BeyondDirectory)
+            warn(item, "the file lists entries more than once; its contents are not extracted");
         folders_.push_back(Folder{path, FolderNames(), true});
     }
 

@@ -38,6 +38,7 @@ private:
 std::string descentNote(const Item& item) {
     if (item.descent == Descent::Refused) return "; cannot be opened, contents not listed";
     if (item.descent == Descent::AlreadyListed) return "; leads to a storage listed above, not repeated";
+    if (item.descent == Descent::BeyondDirectory) return "; the file lists entries more than once, contents not listed";
     if (item.shadowed) return "; an earlier entry of the same name hides it";
     return "";
 }

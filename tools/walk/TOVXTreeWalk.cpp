@@ -44,12 +44,17 @@ Frame frameOf(TOVIStorage& storage, TOVXStoragePtr owned) {
 // How many more children the walk may list. Every entry of a directory whose links form a
 // tree is listed once at most, so a walk lists no more entries than the directory has slots;
 // a directory whose links list entries under several storages (sibling sets that overlap or
-// fan out) would otherwise make the walk list the square of that number. A storage whose
-// children would take the walk past the bound lists some entry again, and is not gone into.
+// fan out) would otherwise make the walk list, and enumElements gather, the square of that
+// number. Once a storage's children would go past the bound, the walk goes into no further
+// storage: the cost of listing them was paid once, and is not paid again.
 struct ListingBudget {
     uint64_t left;
+    bool spent = false;
     bool take(int children) {
-        if (static_cast<uint64_t>(children) > left) return false;
+        if (spent || static_cast<uint64_t>(children) > left) {
+            spent = true;
+            return false;
+        }
         left -= static_cast<uint64_t>(children);
         return true;
     }
@@ -112,12 +117,14 @@ void TOVXTreeWalk::walk(TOVIStorage& root, const Visitor& visit) {
         TOVStStorageDirEntry entry = *frame.children.At(index);
         path.push_back(entry.getName());
         Descent descent = Descent::NotAStorage;
-        TOVXStoragePtr child = descend(*frame.storage, entry, childLinksSeen, descent);
+        TOVXStoragePtr child = budget.spent && entry.isStorage() && !isSpecialSector(entry.getChild())
+                                   ? (descent = Descent::BeyondDirectory, nullptr)
+                                   : descend(*frame.storage, entry, childLinksSeen, descent);
         Frame opened;
         if (descent == Descent::Descended) {
             TOVIStorage& storage = *child;
             opened = frameOf(storage, std::move(child));
-            if (!budget.take(opened.children.Count())) descent = Descent::AlreadyListed;
+            if (!budget.take(opened.children.Count())) descent = Descent::BeyondDirectory;
         }
         visit(Item{path, entry, descent, frame.shadowed[static_cast<size_t>(index)], frame.storage});
         if (descent != Descent::Descended) {

@@ -12,8 +12,8 @@
 // order, and shows every entry it reaches to a visitor once. A storage is gone into once
 // at most: a directory whose child links loop, or two storages that share a name, cannot
 // make the walk repeat itself, so the walk ends on every file. It lists no more entries
-// than the directory has slots (TOVXResourceBounds.h): a storage whose children would go
-// past that lists entries listed already, and is not gone into. It keeps the open
+// than the directory has slots (TOVXResourceBounds.h): past that, the file lists some
+// entries more than once, and the walk goes into no further storage. It keeps the open
 // ancestors on an explicit stack, never recursing, and holds each name on the way down once.
 class TOVXTreeWalk {
 public:
@@ -23,7 +23,11 @@ public:
         NoChildren,     // a storage whose child link is empty
         Descended,      // opened; its children follow
         Refused,        // openStorage refused it (an empty name, a damaged entry)
-        AlreadyListed,  // its name leads to a storage whose children (some of them) were listed already
+        AlreadyListed,  // its name leads to a storage whose children were listed already
+        // Not gone into: its children would take the walk past as many entries as the
+        // directory has slots, so the file lists some entries more than once (sibling sets
+        // that overlap or fan out); from then on the walk goes into no further storage.
+        BeyondDirectory,
     };
 
     // Names from the root's child down to an entry; empty for the root.
