@@ -164,10 +164,10 @@ void StgPropertySetStream::parseSection(StgPropertySection& section) {
             continue;
         }
         PROPVARIANT value;
-        if (decode(values, entry.second, value)) {
-            section.properties.push_back({entry.first, entry.second, value.vt});
-        }
-        PropVariantClear(&value);
+        const bool decoded = decode(values, entry.second, value);
+        const VARTYPE type = value.vt;
+        PropVariantClear(&value);  // before anything that may run out of memory
+        if (decoded) section.properties.push_back({entry.first, entry.second, type});
     }
     section.propertiesById = orderById(section.properties, idOfProperty);
     section.namesById = orderById(section.names, idOfName);

@@ -17,7 +17,7 @@ StgStream::StgStream(std::shared_ptr<const StgCompoundFile> file, uint32_t entry
       reader_(file_, file_->entry(entry)),
       position_(position) {}
 
-HRESULT StgStream::Read(void* pv, ULONG cb, ULONG* pcbRead) {
+HRESULT StgStream::Read(void* pv, ULONG cb, ULONG* pcbRead) try {
     if (pcbRead != nullptr) *pcbRead = 0;
     if (pv == nullptr) return STG_E_INVALIDPOINTER;
     const int64_t got = reader_.read(position_, static_cast<uint8_t*>(pv), cb);
@@ -26,6 +26,8 @@ HRESULT StgStream::Read(void* pv, ULONG cb, ULONG* pcbRead) {
     position_ += static_cast<uint64_t>(got);
     if (pcbRead != nullptr) *pcbRead = static_cast<ULONG>(got);
     return S_OK;
+} catch (...) {  // memory ran out (TOVXResourceBounds.h)
+    return STG_E_INSUFFICIENTMEMORY;
 }
 
 HRESULT StgStream::Seek(LARGE_INTEGER dlibMove, DWORD dwOrigin, ULARGE_INTEGER* plibNewPosition) {

@@ -58,7 +58,8 @@ void TOVIPropertySetStorage::GetPropertyStorages(TOVXDynamicArray<TOVIPropertySt
     for (int i = 0; i < count; ++i) {
         TOVIPropertyStorage* storage = *propertyStorages.At(i);
         if (storage == nullptr) continue;
-        storage->RaiseReference();
+        const int before = storages.Count();
         storages.Add(storage);
+        if (storages.Count() > before) storage->RaiseReference();  // a reference only for a pointer handed out
     }
 }

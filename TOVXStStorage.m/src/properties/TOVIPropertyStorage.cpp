@@ -46,6 +46,12 @@ bool isSignedConversion(const char* format) {
 
 bool hasLongModifier(const char* format) { return std::strchr(format, 'l') != nullptr; }
 
+// Scratch from the memory manager, given back however the work with it ends.
+struct Scratch {
+    void* block;
+    ~Scratch() { tovxDeallocate(block); }
+};
+
 }  // namespace
 
 TOVIPropertyStorage::TOVIPropertyStorage()
@@ -245,14 +251,14 @@ TOVXString TOVIPropertyStorage::ReadMBCSString(Cursor& cursor, bool align) {
         cursor += length;
     } else {
         // One byte more than the length, kept zero: a string with no terminator inside its length ends at its length.
-        unsigned char* block = static_cast<unsigned char*>(tovxAllocate(length + 1u));
+        const Scratch scratch{tovxAllocate(length + 1u)};
+        unsigned char* block = static_cast<unsigned char*>(scratch.block);
         if (block != nullptr) {
             std::memcpy(block, cursor, length);  // all `length` bytes lie inside the buffer
             cursor += length;
             block[length] = 0;
             text = decodeNarrow(block, length);
         }
-        tovxDeallocate(block);
     }
     if (align)
         for (uint32_t pad = (4 - length % 4) % 4; pad > 0; --pad) ReadByte(cursor);
@@ -269,7 +275,8 @@ TOVXString TOVIPropertyStorage::ReadUTF16String(Cursor& cursor, bool align, bool
     if (!takeFromTextBudget(static_cast<uint64_t>(units) * 2)) {
         cursor += static_cast<size_t>(units) * 2;
     } else {
-        unsigned short* block = static_cast<unsigned short*>(tovxAllocate(units * 2u));
+        const Scratch scratch{tovxAllocate(units * 2u)};
+        unsigned short* block = static_cast<unsigned short*>(scratch.block);
         if (block != nullptr) {
             uint32_t end = units;  // a string with no terminator inside its length ends at its length
             for (uint32_t i = 0; i < units; ++i) {
@@ -279,7 +286,6 @@ TOVXString TOVIPropertyStorage::ReadUTF16String(Cursor& cursor, bool align, bool
             }
             text = TOVXString::FromUnits(block, static_cast<int>(end));
         }
-        tovxDeallocate(block);
     }
     if (align) {
         const uint32_t pad = lengthInFront ? (4 - word % 4) % 4 : (units % 2) * 2;
