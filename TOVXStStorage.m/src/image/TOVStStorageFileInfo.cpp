@@ -46,11 +46,13 @@ uint32_t fileSizeOf(FILE* stream) {
 }  // namespace
 
 // Table sectors by file position, so that a sector that the tables name again (a header whose
-// unused FAT-list words are 0 names sector 0 up to 900 times) is read from the file once.
+// unused FAT-list words are 0 names sector 0 up to 900 times; a DIFAT read as zeros names it
+// 30,000 times) is read from the file and decoded into words once.
 struct TOVStStorageFileInfo::LoadCache {
     explicit LoadCache(uint32_t size) : sectorSize(size), zeros(size, 0) {}
     uint32_t sectorSize;
     std::unordered_map<uint32_t, std::vector<unsigned char>> sectors;  // by file position
+    std::unordered_map<uint32_t, std::vector<unsigned int>> words;     // the same, decoded
     std::vector<unsigned char> zeros;  // every sector wholly past the file's end
 };
 
@@ -222,10 +224,16 @@ const unsigned char* TOVStStorageFileInfo::tableSector(FILE* stream, uint32_t se
 // Appends the words of one whole table sector.
 void TOVStStorageFileInfo::appendTableSector(FILE* stream, uint32_t sector, TOVXDynamicArray<unsigned int>& table) {
     const uint32_t entries = loadCache->sectorSize / 4;
-    const unsigned char* bytes = tableSector(stream, sector);
-    unsigned int words[1024];
-    for (uint32_t i = 0; i < entries; ++i) words[i] = readWord(&bytes[i * 4]);
-    table.AddRun(words, static_cast<int>(entries));
+    // Every sector past the file's end reads as the same zeros, and shares one entry.
+    const uint32_t position = getEquivalentFatBytePos(sector);
+    const bool pastTheFile = position > kLargestPosition || position >= fileBytes;
+    std::vector<unsigned int>& words = loadCache->words[pastTheFile ? UINT32_MAX : position];
+    if (words.empty()) {
+        const unsigned char* bytes = tableSector(stream, sector);
+        words.resize(entries);
+        for (uint32_t i = 0; i < entries; ++i) words[i] = readWord(&bytes[i * 4]);
+    }
+    table.AddRun(words.data(), static_cast<int>(entries));
 }
 
 // ---- allocation tables ----------------------------------------------------------------
