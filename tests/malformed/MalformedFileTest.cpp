@@ -11,6 +11,7 @@
 #include <string>
 
 #include "CfbBuilder.h"
+#include "HostileFiles.h"
 #include "MalformedReading.h"
 #include "PropertyStreamBuilder.h"
 #include "TestFiles.h"
@@ -71,66 +72,18 @@ CfbImage fatAtTheEnd() {
     return image;
 }
 
-const Bytes kSummaryId = {0xE0, 0x85, 0x9F, 0xF2, 0xF9, 0x4F, 0x68, 0x10, 0xAB, 0x91, 0x08, 0x00, 0x2B, 0x27, 0xB3, 0xD9};
+const Bytes& kSummaryId = summaryFormatId();
 const Bytes kUserDefinedId = {0x05, 0xD5, 0xCD, 0xD5, 0x9C, 0x2E, 0x1B, 0x10, 0x93, 0x97, 0x08, 0x00, 0x2B, 0x2C, 0xF9, 0xAE};
 
-// A file whose only stream is the summary set `stream`.
-Built withSummary(const Bytes& stream) {
-    CfbBuilder builder;
-    builder.addStream(CfbBuilder::kRoot, u"\005SummaryInformation", stream);
-    return {builder.build(), {}};
-}
+Built withSummary(const Bytes& stream) { return {fileWithSummary(stream), {}}; }
 
-// Title (narrow text), a number and a named property; offsets of the table start at 56.
+// The code page 1252, a title in narrow text and a number; the section's count lies at 52.
 PropertyStreamBuilder summary() {
     return PropertyStreamBuilder()
         .section(kSummaryId)
         .value(1, typed(2, le16(1252)))
         .value(2, typed(30, narrowString("Title")))
         .value(14, typed(3, le32(7)));
-}
-
-// `count` storages, each inside the last, with names of 31 units.
-Built nestedStorages(int count) {
-    CfbBuilder builder;
-    for (int level = 0, parent = CfbBuilder::kRoot; level < count; ++level) {
-        const std::string digits = std::to_string(level);
-        const std::string name = std::string(31 - digits.size(), 'd') + digits;
-        parent = builder.addStorage(parent, std::u16string(name.begin(), name.end()));
-    }
-    return {builder.build(), {}};
-}
-
-Built namesakes(int count) {
-    CfbBuilder builder;
-    for (int i = 0; i < count; ++i) builder.addStream(CfbBuilder::kRoot, u"x", patternBytes(8, static_cast<uint8_t>(i)));
-    return {builder.build(), {{u"x", patternBytes(8, 0)}}};
-}
-
-// A set whose `ids` each name an id-0 entry (a dictionary) at one offset, and whose dictionary
-// names every one of them: read once, it costs the size of the stream.
-Bytes oneDictionaryManyTimes(uint32_t entries) {
-    std::vector<std::pair<uint32_t, std::u16string>> names;
-    for (uint32_t i = 0; i < entries; ++i) names.push_back({1000 + i, u"n"});
-    const Bytes dictionary = wideDictionary(names);
-    const uint32_t table = 8 + 8 * entries;  // the section's size and count, then the table
-    Bytes section = concat({le32(table + static_cast<uint32_t>(dictionary.size())), le32(entries)});
-    const Bytes entry = concat({le32(0), le32(table)});
-    for (uint32_t i = 0; i < entries; ++i) section.insert(section.end(), entry.begin(), entry.end());
-    section.insert(section.end(), dictionary.begin(), dictionary.end());
-    const Bytes header = concat({le16(0xFFFE), le16(0), le32(0x00020A04), Bytes(16, 0), le32(1), kSummaryId, le32(48)});
-    return concat({header, section});
-}
-
-// `count` properties whose ids all fall on one slot of a table of 2^16 slots, each with a name.
-Bytes collidingIds(uint32_t count) {
-    PropertyStreamBuilder builder;
-    builder.section(kSummaryId).value(1, typed(2, le16(1200)));
-    std::vector<std::pair<uint32_t, std::u16string>> names;
-    for (uint32_t i = 1; i <= count; ++i) names.push_back({i << 16, u"n"});
-    builder.value(0, wideDictionary(names));
-    for (uint32_t i = 1; i <= count; ++i) builder.value(i << 16, typed(3, le32(i)));
-    return builder.build();
 }
 
 // `count` storages in one chain of siblings, each one's child link naming the next: every
@@ -484,8 +437,7 @@ size_t linesWith(const Reading& reading, const std::string& part) {
 TEST(MalformedFiles, HostileShapesOfAMillionBytes) {
     {
         SCOPED_TRACE("50,000 id-0 entries that all point at one dictionary of 50,000 names");
-        const Bytes stream = concat({oneDictionaryManyTimes(50000)});
-        const Built built = withSummary(stream);
+        const Built built = withSummary(oneDictionaryManyTimes(50000));
         ASSERT_GT(built.bytes.size(), 1000000u);
         const auto [native, host] = readBoth("one dictionary, 50,000 times", built);
         // No property but the dictionary's: both read it once and have nothing to name.
@@ -513,7 +465,7 @@ TEST(MalformedFiles, HostileShapesOfAMillionBytes) {
     }
     {
         SCOPED_TRACE("storages nested 8,000 deep, names of 31 units");
-        const Built built = nestedStorages(8000);
+        const Built built{tovxtest::nestedStorages(8000), {}};
         ASSERT_GT(built.bytes.size(), 1000000u);
         const auto [native, host] = readBoth("8,000 deep", built);
         for (const Reading* reading : {&native, &host}) {
@@ -524,7 +476,7 @@ TEST(MalformedFiles, HostileShapesOfAMillionBytes) {
     }
     {
         SCOPED_TRACE("8,000 sibling streams all called x");
-        const Built built = namesakes(8000);
+        const Built built{tovxtest::namesakes(8000), {{u"x", patternBytes(8, 0)}}};
         ASSERT_GT(built.bytes.size(), 1000000u);
         const auto [native, host] = readBoth("8,000 namesakes", built);
         // A lookup by name finds the first of them, whichever of them is asked for.
