@@ -44,6 +44,11 @@ constexpr uint64_t dictionaryBudget(uint64_t streamBytes) {
     return kDictionaryReadsPerEntry * (streamBytes / 8) + kDictionaryEntriesFixed;
 }
 
+// Bytes of property-set streams that the discovery of a file's sets reads, in all: the streams
+// of a file that a writer produced hold no more than the file, while streams whose chains share
+// sectors, or namesakes that a lookup by name leads to the first of, could hold its square.
+constexpr uint64_t propertySetBytesIn(uint64_t fileBytes) { return fileBytes; }
+
 // Bytes of a property-set stream that the values of its properties may span when they are
 // decoded, summed over the values: values that share or overlap their bytes are decoded once
 // each, so a crafted table could otherwise make the work the square of the stream's size.

@@ -5,6 +5,7 @@
 #include "StgPropertySetEnumerator.h"
 #include "StgPropertySetStream.h"
 #include "StgPropertyStorage.h"
+#include "TOVXResourceBounds.h"
 
 namespace tovxstg {
 
@@ -51,16 +52,22 @@ HRESULT StgPropertySetStorage::Enum(IEnumSTATPROPSETSTG** ppenum) try {
     if (ppenum == nullptr) return STG_E_INVALIDPOINTER;
     *ppenum = nullptr;
     // The streams whose names stand for a format id and that hold a property set, in the
-    // storage's order. The user-defined set shares its stream and is opened, not listed.
+    // storage's order. The user-defined set shares its stream and is opened, not listed. The
+    // listing stops once the streams read hold as many bytes as the file (TOVXResourceBounds.h):
+    // streams whose chains share sectors could otherwise make it read the square of its size.
     std::vector<STATPROPSETSTG> sets;
+    const uint64_t budget = tovxbounds::propertySetBytesIn(storage_->file()->file().size());
+    uint64_t read = 0;
     for (const uint32_t entry : storage_->children()) {
+        if (read >= budget) break;
         const StgDirectoryEntry& element = storage_->file()->entry(entry);
         FMTID fmtid;
         std::shared_ptr<const StgPropertySetStream> stream;
-        if (element.type != kTypeStream || !formatIdOfStreamName(element.name, fmtid) ||
-            FAILED(StgPropertySetStream::read(storage_->file(), entry, stream))) {
-            continue;
-        }
+        if (element.type != kTypeStream || !formatIdOfStreamName(element.name, fmtid)) continue;
+        uint64_t bytes = 0;
+        const HRESULT status = StgPropertySetStream::read(storage_->file(), entry, stream, &bytes);
+        read += bytes;
+        if (FAILED(status)) continue;
         sets.push_back(StgPropertyStorage::statOf(*stream, 0, fmtid, element));
     }
     *ppenum = new StgPropertySetEnumerator(storage_.get(), std::move(sets), 0);

@@ -62,7 +62,7 @@ const std::u16string* StgPropertySection::name(PROPID id) const {
 }
 
 HRESULT StgPropertySetStream::read(const std::shared_ptr<const StgCompoundFile>& file, uint32_t entry,
-                                   std::shared_ptr<const StgPropertySetStream>& parsed) {
+                                   std::shared_ptr<const StgPropertySetStream>& parsed, uint64_t* bytesRead) {
     std::shared_ptr<StgPropertySetStream> stream(new StgPropertySetStream);
     StgStreamReader reader(file, file->entry(entry));
     // Grown as bytes come, so a stream that claims more than its chain holds costs no more.
@@ -75,6 +75,7 @@ HRESULT StgPropertySetStream::read(const std::shared_ptr<const StgCompoundFile>&
         stream->bytes_.resize(position);
         if (static_cast<size_t>(got) < chunk) break;
     }
+    if (bytesRead != nullptr) *bytesRead = stream->bytes_.size();
     const HRESULT status = stream->parse();
     if (FAILED(status)) return status;
     parsed = std::move(stream);

@@ -39,9 +39,10 @@ struct StgPropertySection {
 class StgPropertySetStream {
 public:
     // Reads and parses the stream of directory entry `entry`. STG_E_INVALIDHEADER when it holds
-    // no property set, STG_E_READFAULT on a read error.
+    // no property set, STG_E_READFAULT on a read error. `bytesRead`, when given, receives how
+    // many bytes the stream's chain gave, whether they parsed or not.
     static HRESULT read(const std::shared_ptr<const StgCompoundFile>& file, uint32_t entry,
-                        std::shared_ptr<const StgPropertySetStream>& parsed);
+                        std::shared_ptr<const StgPropertySetStream>& parsed, uint64_t* bytesRead = nullptr);
 
     const CLSID& clsid() const { return clsid_; }
     DWORD osVersion() const { return osVersion_; }

@@ -488,6 +488,27 @@ TEST(MalformedFiles, HostileShapesOfAMillionBytes) {
     }
 }
 
+// 4,000 summary streams, namesakes whose entries all name one chain of 200,000 bytes: the sets
+// read hold as many bytes as the file at most, not 4,000 times the chain.
+TEST(MalformedFiles, PropertySetStreamsThatShareOneChain) {
+    CfbBuilder builder;
+    builder.addStream(CfbBuilder::kRoot, u"\005SummaryInformation", summary().value(20, typed(30, narrowString(std::string(200000, 'a')))).build());
+    for (int i = 0; i < 4000; ++i) builder.addStream(CfbBuilder::kRoot, u"\005SummaryInformation", {});
+    CfbImage image = builder.layout();
+    for (int i = 2; i <= 4001; ++i) {
+        image.entries[i].start = image.entries[1].start;
+        image.entries[i].size = image.entries[1].size;
+    }
+    const Built built{image.serialize(), {}};
+    const uint64_t setsInTheFile = (built.bytes.size() + image.entries[1].size - 1) / image.entries[1].size;
+    ASSERT_EQ(setsInTheFile, 4u);
+    const auto [native, host] = readBoth("4,000 sets on one chain", built, true);
+    EXPECT_EQ(native.sets.size(), setsInTheFile);
+    EXPECT_EQ(host.sets.size(), setsInTheFile);
+    for (const Reading* reading : {&native, &host})
+        for (const malformed::PropertySet& set : reading->sets) ASSERT_EQ(set.properties.size(), 4u);
+}
+
 TEST(MalformedFiles, SiblingChainsAndFannedOutLinks) {
     {
         SCOPED_TRACE("100,000 siblings in one chain");

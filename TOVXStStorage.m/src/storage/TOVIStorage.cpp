@@ -228,22 +228,31 @@ TOVIPropertySetStorage* TOVIStorage::getPropertySetStorage() try {
     TOVIPropertySetStorage* container = propertySetStorage;
     // Only a root discovers; a filled container counts as done, an empty one is filled again.
     if (!directoryEntry.isRoot() || container == nullptr || container->GetPropertyStorageCount() != 0) return container;
-    // Every immediate child stream whose name begins with the unit 5, in directory order.
+    // Every immediate child stream whose name begins with the unit 5, in directory order, while
+    // the streams read hold fewer bytes than the file (TOVXResourceBounds.h): streams whose
+    // chains share sectors, or namesakes that all lead to the first, could otherwise make the
+    // discovery read, and the sets keep, the square of the file's size.
     const ChildIndex* index = childIndex();
-    if (index == nullptr) return container;
-    for (const int position : index->propertySetStreams) addPropertySet(elements.At(position)->getName(), *container);
+    if (index == nullptr || stStorageFileInfo == nullptr) return container;
+    const uint64_t budget = tovxbounds::propertySetBytesIn(stStorageFileInfo->fileSize());
+    uint64_t read = 0;
+    for (const int position : index->propertySetStreams) {
+        if (read >= budget) break;
+        read += addPropertySet(elements.At(position)->getName(), *container);
+    }
     return container;
 } catch (...) {  // memory ran out before the discovery began (TOVXResourceBounds.h)
     return propertySetStorage;
 }
 
 // Reads one property-set stream and adds it to `container` when it parses; anything that
-// fails is skipped without a trace, a set for which memory ran out too.
-void TOVIStorage::addPropertySet(const TOVXString& name, TOVIPropertySetStorage& container) {
+// fails is skipped without a trace, a set for which memory ran out too. Gives the bytes read.
+uint64_t TOVIStorage::addPropertySet(const TOVXString& name, TOVIPropertySetStorage& container) {
     TOVIStream* stream = nullptr;
     const int opened = openStream(name, &stream);
     Made<TOVIStream> owned{stream};  // a failed mini walk leaves a stream behind too
-    if (opened != 0 || stream == nullptr) return;
+    if (stream == nullptr) return 0;
+    if (opened != 0) return stream->length();
     tovxWithoutThrowing([&] {
         TOVIPropertyStorageHandle set(tovxNew<TOVIPropertyStorage>());
         TOVStStorageDirEntry entry;
@@ -254,6 +263,7 @@ void TOVIStorage::addPropertySet(const TOVXString& name, TOVIPropertySetStorage&
             parsed->InitializeFromBuffer(stream->data(), static_cast<int>(stream->length())))
             container.AddPropertyStorage(parsed);
     });
+    return stream->length();
 }
 
 // ---- streams --------------------------------------------------------------------------
