@@ -2,25 +2,30 @@
 #define TOVX_RESOURCE_BOUNDS_H
 
 #include <cstdint>
-#include <new>
 
 // What reading a file may cost, whatever the file declares. Files arrive from anywhere, so
 // every stack (the native one, the platform stand-in under the host stack, and ststg over
 // both) holds to one promise: opening a file of N bytes, walking its whole tree, opening
 // every stream, parsing every property set and printing it takes time O(N log N) at worst,
-// and allocates at most a small constant times N plus a fixed amount. Three rules give it:
+// and allocates at most a small constant times N plus a fixed amount. Four rules give it:
 //  - Nothing is allocated for a size, count or offset that the file cannot back: tables,
-//    streams and lists grow with what the file holds, never with what it claims.
+//    streams and lists grow with what the file holds, never with what it claims. The one
+//    fixed amount is the native FAT, which a DIFAT may make about 17 MB for any file
+//    (TOVStStorageFileInfo.cpp derives it from the 2 GiB position limit).
 //  - Every walk is bounded by what the file can hold: a chain of sectors visits at most the
 //    file's sector count (a chain that loops is cut, or, for a small stream, walked again
 //    within the same count until its size is used up); a walk over the directory lists at
-//    most as many entries as the directory has slots, and holds each name once; a stream's
-//    bytes are held once, by whoever opened it.
-//  - Work that a crafted file could make repeat (text copied out of a property stream, its
-//    dictionaries) has a budget of a small multiple of the stream's size. The bounds below
-//    never bite on a file that a writer of the format produced: there every value, string
-//    and entry is read once.
-// The numbers are stated here and nowhere else; each stack takes them from this header.
+//    most as many entries as the directory has slots, and holds each name once.
+//  - A stream's bytes are held once, by whoever opened it, and no stream gives more than its
+//    chain reaches. Streams whose chains share sectors each give those bytes: a caller that
+//    reads them all asked for them. What the library reads on its own account, the property
+//    sets of a storage, holds no more bytes in all than the file.
+//  - Work that a crafted stream could make repeat (text copied out of a property stream, its
+//    dictionaries, values that share their bytes) has a budget of a small multiple of the
+//    stream's size.
+// None of these bounds bites on a file that a writer of the format produced: there every
+// sector, entry, value and string belongs to one owner and is read once. The numbers are
+// stated here; each stack takes them from this header.
 namespace tovxbounds {
 
 // Bytes of the file that one directory entry takes.
