@@ -10,7 +10,9 @@ const std::vector<Target>& targets() {
     static const std::vector<Target> all = {
         {"open_storage", &nativeStack},
         {"property_stream", &propertyStream},
+#if TOVX_FUZZ_STAND_IN
         {"stand_in", &standIn},
+#endif
     };
     return all;
 }
