@@ -116,10 +116,10 @@ void TOVXTreeWalk::walk(TOVIStorage& root, const Visitor& visit) {
         const int index = frame.next++;
         TOVStStorageDirEntry entry = *frame.children.At(index);
         path.push_back(entry.getName());
-        Descent descent = Descent::NotAStorage;
-        TOVXStoragePtr child = budget.spent && entry.isStorage() && !isSpecialSector(entry.getChild())
-                                   ? (descent = Descent::BeyondDirectory, nullptr)
-                                   : descend(*frame.storage, entry, childLinksSeen, descent);
+        Descent descent = Descent::BeyondDirectory;
+        TOVXStoragePtr child;
+        if (!budget.spent || !entry.isStorage() || isSpecialSector(entry.getChild()))
+            child = descend(*frame.storage, entry, childLinksSeen, descent);
         Frame opened;
         if (descent == Descent::Descended) {
             TOVIStorage& storage = *child;
