@@ -86,6 +86,7 @@ private:
         }
         if (entry.reach == Reach::StorageRefused) problem(entry.path, "storage cannot be opened; its contents are not extracted");
         if (entry.reach == Reach::StorageRepeated) warn(entry.path, "leads to a storage extracted already; left empty");
+        if (entry.reach == Reach::BeyondDirectory) warn(entry.path, "the file lists entries more than once; its contents are not extracted");
         levels_.push_back(Level{FolderNames(), true, shown});
     }
 

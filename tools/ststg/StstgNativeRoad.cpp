@@ -58,6 +58,7 @@ Reach reachOf(const TOVXTreeWalk::Item& item) {
     using Descent = TOVXTreeWalk::Descent;
     if (item.descent == Descent::Refused) return Reach::StorageRefused;
     if (item.descent == Descent::AlreadyListed) return Reach::StorageRepeated;
+    if (item.descent == Descent::BeyondDirectory) return Reach::BeyondDirectory;
     if (item.shadowed) return Reach::HiddenByNamesake;
     return Reach::Whole;
 }

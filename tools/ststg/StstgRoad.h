@@ -42,6 +42,9 @@ enum class Reach {
     StorageRepeated,   // its name leads to a storage listed already: not gone into again
     HiddenByNamesake,  // an earlier element of the same name is what a lookup finds
     StreamUnopenable,  // a stream that cannot be opened
+    // Not gone into: the file lists some entries more than once, and the walk has listed as
+    // many entries as the directory has slots; it goes into no further storage.
+    BeyondDirectory,
 };
 
 enum class EntryKind { Start, Storage, Stream, Other };

@@ -38,6 +38,7 @@ std::string reachNote(const Entry& entry) {
         case Reach::StorageRepeated: return "leads to a storage listed above, not repeated";
         case Reach::HiddenByNamesake: return "an earlier entry of the same name hides it";
         case Reach::StreamUnopenable: return "cannot be opened";
+        case Reach::BeyondDirectory: return "the file lists entries more than once, contents not listed";
         case Reach::Whole: break;
     }
     return "";
