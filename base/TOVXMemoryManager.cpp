@@ -9,6 +9,8 @@
 
 namespace {
 
+TOVXMemoryManager::Gate gate = nullptr;
+
 #if defined(__linux__)
 // Blocks of at least this size (a whole stream of a large file, a large table) are aligned to
 // the huge-page size and offered to the kernel for huge pages, so that their first touch
@@ -30,6 +32,7 @@ void* allocateHuge(unsigned int size) {
 }  // namespace
 
 void* TOVXMemoryManager::Allocate(unsigned int size) {
+    if (gate != nullptr && !gate()) return nullptr;
 #if defined(__linux__)
     if (size >= kHugeBlock) return allocateHuge(size);
 #endif
@@ -37,6 +40,8 @@ void* TOVXMemoryManager::Allocate(unsigned int size) {
 }
 
 void TOVXMemoryManager::Deallocate(void* block) { std::free(block); }
+
+void TOVXMemoryManager::SetGateForTesting(Gate test) { gate = test; }
 
 void tovxPrefault(void* start, std::size_t bytes) {
 #if defined(__linux__) && defined(MADV_POPULATE_WRITE)

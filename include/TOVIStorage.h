@@ -47,7 +47,7 @@ private:
     int getStreamFromFat(const TOVStStorageDirEntry& entry, TOVIStream** ppStream);
     int getStreamFromMiniFat(const TOVStStorageDirEntry& entry, TOVIStream** ppStream);
     void readChainInto(FILE* file, const std::vector<uint32_t>& chain, uint32_t size, TOVIStream& stream);
-    void addPropertySet(const TOVXString& name, TOVIPropertySetStorage& container);
+    uint64_t addPropertySet(const TOVXString& name, TOVIPropertySetStorage& container);
 
     // Lookups over the cached child list: for each name the first storage and the first
     // stream by directory index, and the property-set streams in order. Built once from

@@ -1,5 +1,7 @@
 #include "StgCompoundFile.h"
 
+#include "StgDirectoryTree.h"
+
 #include <algorithm>
 #include <cstring>
 
@@ -90,7 +92,7 @@ HRESULT StgCompoundFile::load(std::unique_ptr<StgFile> file, std::shared_ptr<con
     if (SUCCEEDED(status)) status = compound->readMiniFat(header);
     if (SUCCEEDED(status)) status = compound->readDirectory(header);
     if (FAILED(status)) return status;
-    compound->childTreesDisjoint_ = compound->findChildTreesDisjoint();
+    compound->children_ = StgDirectoryTree::childrenOfEveryStorage(*compound);
     loaded = std::move(compound);
     return S_OK;
 }
@@ -188,27 +190,6 @@ HRESULT StgCompoundFile::readDirectory(const Header& header) {
     }
     if (entries_.empty() || entries_[0].type != kTypeRoot) return STG_E_DOCFILECORRUPT;
     return S_OK;
-}
-
-// Every link of every storage's child tree is followed once: O(entries) in all, and it stops at
-// the first entry that a second storage reaches.
-bool StgCompoundFile::findChildTreesDisjoint() const {
-    std::vector<uint32_t> owner(entries_.size(), kNoEntry);
-    std::vector<uint32_t> pending;
-    for (uint32_t storage = 0; storage < entries_.size(); ++storage) {
-        if (entries_[storage].type != kTypeStorage && entries_[storage].type != kTypeRoot) continue;
-        pending.assign(1, entries_[storage].child);
-        while (!pending.empty()) {
-            const uint32_t index = pending.back();
-            pending.pop_back();
-            if (!isEntry(index) || owner[index] == storage) continue;
-            if (owner[index] != kNoEntry || index == 0 || index == storage) return false;
-            owner[index] = storage;
-            pending.push_back(entries_[index].left);
-            pending.push_back(entries_[index].right);
-        }
-    }
-    return true;
 }
 
 uint32_t StgCompoundFile::miniStreamSector(uint64_t offset) const {

@@ -58,6 +58,8 @@ public:
     size_t entryCount() const { return entries_.size(); }
     const StgDirectoryEntry& entry(uint32_t index) const { return entries_[index]; }
     bool isEntry(uint32_t index) const { return index < entries_.size(); }
+    // The storages and streams under the root or a storage, in name order (StgDirectoryTree).
+    const std::vector<uint32_t>& childrenOf(uint32_t storage) const { return children_[storage]; }
 
     // The sector after `sector` in its chain; ENDOFCHAIN for one outside the table. A walk may
     // take at most fatLength() steps: a longer chain loops.
@@ -67,10 +69,6 @@ public:
     }
     size_t fatLength() const { return fat_.size(); }
     size_t miniFatLength() const { return miniFat_.size(); }
-
-    // True when every entry hangs in the child tree of one storage at most, and the root in
-    // none: no storage then holds itself or one above it, whatever way it was reached.
-    bool childTreesDisjoint() const { return childTreesDisjoint_; }
 
     // The regular sector that holds byte `offset` of the mini stream, or ENDOFCHAIN past its chain.
     // The root's chain is followed once, at the first call.
@@ -87,7 +85,6 @@ private:
     // The sectors of a chain through the FAT, cut where it leaves the table or loops back.
     std::vector<uint32_t> chain(uint32_t start) const;
     uint64_t sectorsInFile() const;
-    bool findChildTreesDisjoint() const;
 
     std::unique_ptr<StgFile> file_;
     uint16_t sectorShift_ = 9;
@@ -96,7 +93,7 @@ private:
     std::vector<uint32_t> fat_;
     std::vector<uint32_t> miniFat_;
     std::vector<StgDirectoryEntry> entries_;
-    bool childTreesDisjoint_ = false;
+    std::vector<std::vector<uint32_t>> children_;  // by directory index
 
     mutable std::once_flag miniStreamChainOnce_;
     mutable std::vector<uint32_t> miniStreamChain_;

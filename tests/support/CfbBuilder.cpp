@@ -209,8 +209,8 @@ int CfbBuilder::addGeneratedStream(int parent, const std::u16string& name, uint6
 
 uint32_t CfbBuilder::linkSiblings(std::vector<int>& sorted, size_t first, size_t last, std::vector<CfbEntry>& entries) const {
     if (first >= last) return kNoStream;
-    if (shape_ == Shape::RightChain) {
-        entries[sorted[first]].right = linkSiblings(sorted, first + 1, last, entries);
+    if (shape_ == Shape::RightChain) {  // a loop, not a recursion: chains may be 100,000 long
+        for (size_t i = first; i + 1 < last; ++i) entries[sorted[i]].right = static_cast<uint32_t>(sorted[i + 1]);
         return static_cast<uint32_t>(sorted[first]);
     }
     const size_t middle = first + (last - first) / 2;
