@@ -7,16 +7,16 @@
 #include "StgText.h"
 
 #include <algorithm>
-#include <tuple>
 
 namespace tovxstg {
 
 namespace {
 
-std::u16string upperCased(const std::u16string& name) {
-    std::u16string upper(name);
-    for (char16_t& unit : upper) unit = upperCaseUnit(unit);
-    return upper;
+// A hash of the name as compareNames sees it: upper-cased, unit by unit (FNV-1a), with its type.
+uint32_t nameHash(const std::u16string& name, uint8_t type) {
+    uint32_t hash = 2166136261u ^ type;
+    for (const char16_t unit : name) hash = (hash ^ upperCaseOf(unit)) * 16777619u;
+    return hash;
 }
 
 }  // namespace
@@ -29,7 +29,7 @@ std::vector<uint32_t> StgStorage::children() const { return file_->childrenOf(en
 
 // Two names are the same when compareNames finds them equal: of one length, and equal once
 // upper-cased. Of several children of one name and type, the first in name order is found.
-// The first few lookups pass over the children; from then on a sorted index serves them.
+// The first few lookups pass over the children; from then on the name index serves them.
 uint32_t StgStorage::findChild(const std::u16string& name, uint8_t type) const {
     if (lookups_.fetch_add(1) < kLookupsBeforeIndex) {
         for (const uint32_t index : file_->childrenOf(entry_)) {
@@ -38,23 +38,35 @@ uint32_t StgStorage::findChild(const std::u16string& name, uint8_t type) const {
         }
         return kNoEntry;
     }
-    std::call_once(namesSorted_, [this] {
-        std::vector<NameKey> keys;
-        for (const uint32_t index : file_->childrenOf(entry_)) {
-            const StgDirectoryEntry& child = file_->entry(index);
-            keys.push_back({child.type, upperCased(child.name), index});
+    std::call_once(namesIndexed_, [this] { indexNames(); });
+    const uint32_t hash = nameHash(name, type);
+    const size_t mask = names_.size() - 1;
+    for (size_t slot = hash & mask; names_[slot].index != 0; slot = (slot + 1) & mask) {
+        const StgDirectoryEntry& child = file_->entry(names_[slot].index - 1);
+        if (names_[slot].hash == hash && child.type == type && compareNames(child.name, name) == 0)
+            return names_[slot].index - 1;
+    }
+    return kNoEntry;
+}
+
+// Children in name order, each entered unless an earlier one has its type and name.
+void StgStorage::indexNames() const {
+    const std::vector<uint32_t>& children = file_->childrenOf(entry_);
+    size_t slots = 16;
+    while (slots < 2 * children.size()) slots *= 2;
+    std::vector<NameSlot> table(slots, NameSlot{0, 0});
+    for (const uint32_t index : children) {
+        const StgDirectoryEntry& child = file_->entry(index);
+        const uint32_t hash = nameHash(child.name, child.type);
+        size_t slot = hash & (slots - 1);
+        while (table[slot].index != 0) {
+            const StgDirectoryEntry& held = file_->entry(table[slot].index - 1);
+            if (table[slot].hash == hash && held.type == child.type && compareNames(held.name, child.name) == 0) break;
+            slot = (slot + 1) & (slots - 1);
         }
-        std::stable_sort(keys.begin(), keys.end(), [](const NameKey& a, const NameKey& b) {
-            return std::tie(a.type, a.upperName) < std::tie(b.type, b.upperName);
-        });
-        names_ = std::move(keys);
-    });
-    const NameKey wanted{type, upperCased(name), 0};
-    const auto found = std::lower_bound(names_.begin(), names_.end(), wanted, [](const NameKey& a, const NameKey& b) {
-        return std::tie(a.type, a.upperName) < std::tie(b.type, b.upperName);
-    });
-    if (found == names_.end() || found->type != type || found->upperName != wanted.upperName) return kNoEntry;
-    return found->index;
+        if (table[slot].index == 0) table[slot] = NameSlot{hash, index + 1};
+    }
+    names_ = std::move(table);
 }
 
 HRESULT StgStorage::QueryInterface(REFIID riid, void** object) try {

@@ -57,24 +57,26 @@ protected:
     bool answersTo(REFIID riid) const override { return IsEqualIID(riid, IID_IStorage); }
 
 private:
-    // A child's type and upper-cased name, with its directory index.
-    struct NameKey {
-        uint8_t type;
-        std::u16string upperName;
+    // One slot of the name index: the hash of a child's type and upper-cased name, and its
+    // directory index plus 1 (0 for a free slot).
+    struct NameSlot {
+        uint32_t hash;
         uint32_t index;
     };
+    void indexNames() const;
 
     std::shared_ptr<const StgCompoundFile> file_;
     uint32_t entry_;
     DWORD mode_;
     StgReference<IStorage> parent_;
     std::u16string name_;
-    // The children by type and name, sorted once when lookups become many, so that looking up
-    // every child of a storage costs n log n however the directory's tree is shaped.
+    // The children by type and name in an open-addressed table, made once when lookups become
+    // many, so that looking up every child of a storage costs O(n) however the directory's
+    // tree is shaped, and no name is copied.
     static constexpr unsigned kLookupsBeforeIndex = 8;
     mutable std::atomic<unsigned> lookups_{0};
-    mutable std::once_flag namesSorted_;
-    mutable std::vector<NameKey> names_;
+    mutable std::once_flag namesIndexed_;
+    mutable std::vector<NameSlot> names_;
 };
 
 }  // namespace tovxstg

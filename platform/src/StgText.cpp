@@ -4,17 +4,6 @@
 
 namespace tovxstg {
 
-namespace {
-
-// Below 0x80 only the 26 small letters change, as the table has it; the table is searched
-// for the other units alone.
-char16_t upperCaseOf(char16_t unit) {
-    if (unit >= 0x80) return upperCaseUnit(unit);
-    return unit >= u'a' && unit <= u'z' ? static_cast<char16_t>(unit - 0x20) : unit;
-}
-
-}  // namespace
-
 int compareNames(const std::u16string& a, const std::u16string& b) {
     if (a.size() != b.size()) return a.size() < b.size() ? -1 : 1;
     for (size_t i = 0; i < a.size(); ++i) {

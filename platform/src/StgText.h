@@ -15,6 +15,13 @@ namespace tovxstg {
 // The simple upper-case form of one 16-bit unit (every script, not only ASCII).
 char16_t upperCaseUnit(char16_t unit);
 
+// The same, with the units below 0x80 mapped directly (only the 26 small letters change) and
+// the table searched for the others alone.
+inline char16_t upperCaseOf(char16_t unit) {
+    if (unit >= 0x80) return upperCaseUnit(unit);
+    return unit >= u'a' && unit <= u'z' ? static_cast<char16_t>(unit - 0x20) : unit;
+}
+
 // The format's order of names: a shorter name comes first; names of one length compare unit by
 // unit after upper-casing. Gives <0, 0 or >0.
 int compareNames(const std::u16string& a, const std::u16string& b);

@@ -1,3 +1,4 @@
+#include <charconv>
 #include <string>
 
 #include "StstgCommandList.h"
@@ -32,7 +33,7 @@ private:
 };
 
 // What kept the walk from an entry, as the text forms add it.
-std::string reachNote(const Entry& entry) {
+const char* reachNote(const Entry& entry) {
     switch (entry.reach) {
         case Reach::StorageRefused: return "cannot be opened, contents not listed";
         case Reach::StorageRepeated: return "leads to a storage listed above, not repeated";
@@ -44,20 +45,34 @@ std::string reachNote(const Entry& entry) {
     return "";
 }
 
-std::string sizeText(const Entry& entry, const char* prefix) {
-    return entry.hasSize ? prefix + std::to_string(entry.size) + " bytes" : "";
-}
-
-void printTextLine(const Entry& entry, FILE* out) {
-    const std::string note = reachNote(entry);
-    const std::string details = entry.kindWord + sizeText(entry, ", ") + (note.empty() ? "" : "; " + note);
-    if (entry.path.empty()) {
-        std::fprintf(out, "/  (%s)\n", details.c_str());
-        return;
+// The text form's lines, each made in one reused buffer and written with one call: a tree of
+// a million entries prints a million lines.
+class TextLines {
+public:
+    void print(const Entry& entry, FILE* out) {
+        if (entry.path.empty()) {
+            line_ = "/";
+        } else {
+            line_.assign(2 * entry.path.size(), ' ');
+            line_ += displayName(entry.path.back());
+        }
+        line_ += "  (";
+        line_ += entry.kindWord;
+        if (entry.hasSize) {
+            line_ += ", ";
+            char digits[16];
+            line_.append(digits, std::to_chars(digits, digits + sizeof digits, entry.size).ptr);
+            line_ += " bytes";
+        }
+        const char* note = reachNote(entry);
+        if (*note != 0) line_.append("; ").append(note);
+        line_ += ")\n";
+        std::fwrite(line_.data(), 1, line_.size(), out);
     }
-    const std::string indent(2 * entry.path.size(), ' ');
-    std::fprintf(out, "%s%s  (%s)\n", indent.c_str(), displayName(entry.path.back()).c_str(), details.c_str());
-}
+
+private:
+    std::string line_;
+};
 
 // KIND  SIZE  CLSID  MODIFIED  /PATH: the path last and whole, so that grep keeps the parent.
 void printLongLine(const Entry& entry, FILE* out) {
@@ -89,10 +104,11 @@ int treeCommand(const Invocation& invocation, const Console& console) {
     if (invocation.json) std::fprintf(out, "{\"file\": %s, \"entries\": [", jsonString(input.shown()).c_str());
     bool first = true;
     JsonPath jsonPath;
+    TextLines lines;
     const std::string failure = road.walk({}, [&](const Entry& entry) {
         if (invocation.json) printJsonEntry(entry, jsonPath, first, withFacts, out);
         else if (invocation.longForm) printLongLine(entry, out);
-        else printTextLine(entry, out);
+        else lines.print(entry, out);
         first = false;
     });
     if (invocation.json) std::fputs("\n]}\n", out);
