@@ -182,7 +182,9 @@ HRESULT StgCompoundFile::readDirectory(const Header& header) {
     }
     const bool wideSizes = sectorShift_ != 9;
     std::vector<uint8_t> bytes;
-    for (const uint32_t sector : chain(header.firstDirectorySector)) {
+    const std::vector<uint32_t> sectors = chain(header.firstDirectorySector);
+    entries_.reserve(sectors.size() * (sectorSize() / kEntrySize));  // the chain is cut at the file's sectors
+    for (const uint32_t sector : sectors) {
         if (!readSector(sector, bytes)) return STG_E_READFAULT;
         for (size_t offset = 0; offset < bytes.size(); offset += kEntrySize) {
             entries_.push_back(getEntry(&bytes[offset], wideSizes));

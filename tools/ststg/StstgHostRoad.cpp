@@ -175,21 +175,64 @@ public:
                 while (!levels_.empty()) leave();
                 return false;
             }
-            const TOVXStStorageElement element = *top.children.At(top.next++);
+            const int position = top.next++;
+            const TOVXStStorageElement element = *top.children.At(position);
             path_.push_back(element.name);
             if (element.isStorage == 1) visitStorage(top, element.name);  // may add a level: `top` is not used after it
-            else visitStream(top, element.name);
+            else visitStream(top, position);
         }
         return true;
     }
 
 private:
+    // The folded names of the streams met so far among one storage's children, in an
+    // open-addressed table of their positions: one pass over a million children allocates
+    // nothing per child.
+    class FoldedNames {
+    public:
+        // False when an earlier stream has the same folded name.
+        bool insert(const TOVXDynamicArray<TOVXStStorageElement>& children, int position) {
+            const std::string name = folded(children.At(position)->name);
+            const size_t hash = std::hash<std::string>()(name);
+            if (2 * (count_ + 1) > slots_.size()) grow();
+            for (size_t slot = hash & (slots_.size() - 1);; slot = (slot + 1) & (slots_.size() - 1)) {
+                if (slots_[slot].position < 0) {
+                    slots_[slot] = Slot{hash, position};
+                    ++count_;
+                    return true;
+                }
+                if (slots_[slot].hash == hash && folded(children.At(slots_[slot].position)->name) == name) return false;
+            }
+        }
+
+    private:
+        struct Slot {
+            size_t hash;
+            int position;  // -1 for a free slot
+        };
+        void grow() {
+            std::vector<Slot> old(slots_.empty() ? 16 : 2 * slots_.size(), Slot{0, -1});
+            old.swap(slots_);
+            count_ = 0;
+            for (const Slot& slot : old)
+                if (slot.position >= 0) reinsert(slot);
+        }
+        void reinsert(const Slot& held) {
+            size_t slot = held.hash & (slots_.size() - 1);
+            while (slots_[slot].position >= 0) slot = (slot + 1) & (slots_.size() - 1);
+            slots_[slot] = held;
+            ++count_;
+        }
+        std::vector<Slot> slots_;
+        size_t count_ = 0;
+    };
+
     struct Level {
         IStorage* storage;
         bool owned;
         TOVXDynamicArray<TOVXStStorageElement> children;
         int next;
-        std::unordered_set<std::string> streamNames;  // folded names of the streams met so far
+        FoldedNames streamNames;
     };
 
     static Level enter(IStorage* storage, bool owned) {
@@ -220,9 +263,10 @@ private:
         else path_.pop_back();
     }
 
-    void visitStream(Level& parent, const TOVXString& name) {
+    void visitStream(Level& parent, int position) {
+        const TOVXString& name = path_.back();
         // A lookup by name finds the earlier namesake: this stream cannot be reached.
-        const bool hidden = !parent.streamNames.insert(folded(name)).second;
+        const bool hidden = !parent.streamNames.insert(parent.children, position);
         IStream* stream = OpenStream(parent.storage, name);
         uint32_t size = 0;
         const bool hasSize = GetStreamSize(stream, size);
@@ -230,8 +274,11 @@ private:
         CloseStream(stream);
         IStorage* storage = parent.storage;
         const Reach reach = hidden ? Reach::HiddenByNamesake : stream == nullptr ? Reach::StreamUnopenable : Reach::Whole;
+        // The entry lives for the visit only, and the stream's name is the path's last meanwhile:
+        // the reader holds two pointers, no copy of the name.
+        const NamePath* path = &path_;
         visit_(Entry{path_, EntryKind::Stream, kOtherType, "stream", hasSize, size, reach, nullptr, facts.created,
-                     facts.modified, [storage, name] { return readChild(storage, name); }});
+                     facts.modified, [storage, path] { return readChild(storage, path->back()); }});
         path_.pop_back();
     }
 

@@ -59,12 +59,37 @@ uint32_t TOVXImageDamage::heldBytes(const TOVStStorageDirEntry& entry) const {
 // A FAT chain as the library follows it: the start sector, then each link up to a special
 // value, a link back to a sector met before, a sector outside the table (read, and the
 // last) or the file's sector count. What lies past the file's end is not held.
+namespace {
+
+// The sectors a chain walk has met: the first few in a list searched in turn, the rest in a
+// set, so that the short chains of most streams allocate nothing.
+class SectorsMet {
+public:
+    void insert(uint32_t sector) {
+        if (count_ < kFew) few_[count_++] = sector;
+        else many_.insert(sector);
+    }
+    bool contains(uint32_t sector) const {
+        for (size_t i = 0; i < count_; ++i)
+            if (few_[i] == sector) return true;
+        return many_.count(sector) > 0;
+    }
+
+private:
+    static constexpr size_t kFew = 16;
+    uint32_t few_[kFew];
+    size_t count_ = 0;
+    std::unordered_set<uint32_t> many_;
+};
+
+}  // namespace
+
 uint32_t TOVXImageDamage::heldOfFatChain(uint32_t start, uint32_t size) const {
     if (size == 0 || isSpecialSector(start)) return 0;
     const TOVXDynamicArray<unsigned int>& table = image_->fatTable();
     const uint32_t tableSize = static_cast<uint32_t>(table.Count());
     const uint32_t sectorSize = image_->sectorSize();
-    std::unordered_set<uint32_t> visited;  // as long as the chain, never as long as the table
+    SectorsMet visited;  // as long as the chain, never as long as the table
     uint32_t held = 0;
     uint32_t current = start;
     for (uint32_t remaining = image_->fileSectorCount(); remaining > 0; --remaining) {
@@ -76,7 +101,7 @@ uint32_t TOVXImageDamage::heldOfFatChain(uint32_t start, uint32_t size) const {
         if (held >= size || current >= tableSize) break;
         visited.insert(current);
         const uint32_t next = *table.At(static_cast<int>(current));
-        if (isSpecialSector(next) || visited.count(next) > 0) break;
+        if (isSpecialSector(next) || visited.contains(next)) break;
         current = next;
     }
     return held;
@@ -92,7 +117,7 @@ uint32_t TOVXImageDamage::heldOfMiniChain(uint32_t start, uint32_t size) const {
     if (size == 0 || isSpecialSector(start) || miniSectorSize == 0) return 0;
     const TOVXDynamicArray<unsigned int>& table = image_->miniFatTable();
     const uint32_t tableSize = static_cast<uint32_t>(table.Count());
-    std::unordered_set<uint32_t> visited;
+    SectorsMet visited;
     uint32_t held = 0;
     uint32_t current = start;
     for (uint32_t remaining = image_->fileMiniSectorCount(); remaining > 0; --remaining) {
@@ -104,7 +129,7 @@ uint32_t TOVXImageDamage::heldOfMiniChain(uint32_t start, uint32_t size) const {
         if (held >= size || current >= tableSize) break;
         visited.insert(current);
         const uint32_t next = *table.At(static_cast<int>(current));
-        if (isSpecialSector(next) || visited.count(next) > 0) break;
+        if (isSpecialSector(next) || visited.contains(next)) break;
         current = next;
     }
     return held;
