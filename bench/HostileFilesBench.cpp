@@ -44,7 +44,7 @@ int runQuietly(const std::vector<std::string>& arguments) {
 void propsOf(benchmark::State& state, Shape shape, bool host) {
     const ScratchFile& file = hostileFile(shape, static_cast<int>(state.range(0)));
     const std::vector<std::string> arguments =
-        host ? std::vector<std::string>{"--host", "props", file.path()} : std::vector<std::string>{"props", file.path()};
+        host ? std::vector<std::string>{"--host", "props", file.path()} : std::vector<std::string>{"--native", "props", file.path()};
     for (auto _ : state)
         if (runQuietly(arguments) != 0) state.SkipWithError("props failed");
     state.SetComplexityN(state.range(0) * 1024);

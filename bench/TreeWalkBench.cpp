@@ -102,7 +102,7 @@ void BM_StstgTreeJsonNestedStorages(benchmark::State& state) {
     const int depth = static_cast<int>(state.range(0));
     const ScratchFile& file = nestedStoragesFile(depth);
     for (auto _ : state)
-        if (runQuietly({"tree", "--json", file.path()}) != 0) state.SkipWithError("tree failed");
+        if (runQuietly({"--native", "tree", "--json", file.path()}) != 0) state.SkipWithError("tree failed");
     state.SetComplexityN(depth);
 }
 BENCHMARK(BM_StstgTreeJsonNestedStorages)->Arg(kEntriesPer128KB)->Arg(4 * kEntriesPer128KB)->Arg(8 * kEntriesPer128KB)->Complexity();

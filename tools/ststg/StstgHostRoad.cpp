@@ -11,6 +11,7 @@
 #include "StstgHostProperties.h"
 #include "StstgRoad.h"
 #include "StstgText.h"
+#include "TOVXResourceBounds.h"
 #include "TOVXStorageReader.h"
 
 namespace ststg {
@@ -20,7 +21,6 @@ namespace {
 constexpr int kRootType = 5;
 constexpr int kStorageType = 1;
 constexpr int kOtherType = 2;
-constexpr uint64_t kEntryBytes = 128;  // a directory entry takes this much of the file
 constexpr uint32_t kReadChunk = 1 << 16;
 
 // Names compared as the platform's lookup compares them, without case (ASCII letters here).
@@ -160,7 +160,7 @@ private:
 class HostWalk {
 public:
     HostWalk(IStorage* start, bool fromRoot, uint64_t fileBytes, const EntryVisitor& visit)
-        : start_(start), fromRoot_(fromRoot), limit_(fileBytes / kEntryBytes + 1), visit_(visit) {}
+        : start_(start), fromRoot_(fromRoot), limit_(tovxbounds::directoryEntriesIn(fileBytes)), visit_(visit) {}
 
     bool run() {
         visitStart();
