@@ -81,7 +81,7 @@ public:
 
 private:
     void addFolder(const WalkItem& item, Folder& parent) {
-        const fs::path path = parent.path / parent.names.claim(safeFileName(item.path.back()));
+        const fs::path path = parent.path / fs::u8path(parent.names.claim(safeFileName(item.path.back())));
         std::error_code error;
         fs::create_directory(path, error);
         if (error) {
@@ -95,7 +95,7 @@ private:
     }
 
     void addFile(const WalkItem& item, Folder& parent) {
-        const fs::path path = parent.path / parent.names.claim(safeFileName(item.path.back()));
+        const fs::path path = parent.path / fs::u8path(parent.names.claim(safeFileName(item.path.back())));
         if (item.shadowed) {
             warn(item, "an earlier stream of the same name hides it; not extracted");
             return;
@@ -108,7 +108,7 @@ private:
         }
         if (bytes.size() < entry.getSize())
             warn(item, "the file holds only " + std::to_string(bytes.size()) + " of " + std::to_string(entry.getSize()) + " bytes");
-        FILE* out = std::fopen(path.c_str(), "wb");
+        FILE* out = TOVXFilePath(path.u8string()).OpenFile("wb");
         if (out == nullptr) {
             writeFailure(path, std::strerror(errno));
             return;
@@ -133,7 +133,7 @@ private:
     }
 
     void writeFailure(const fs::path& path, const std::string& message) {
-        console_.fail(path.string(), message);
+        console_.fail(path.u8string(), message);
         failed_ = true;
     }
 
@@ -148,7 +148,7 @@ private:
 
 bool wantsProgress(const std::string& file, const Console& console) {
     std::error_code error;
-    const uintmax_t size = fs::file_size(file, error);
+    const uintmax_t size = fs::file_size(fs::u8path(file), error);
     return !error && size >= kProgressFromBytes && ::isatty(::fileno(console.err)) == 1;
 }
 
@@ -165,7 +165,7 @@ int extractCommand(const std::vector<std::string>& arguments, const Console& con
     StoragePtr root = openCompoundFile(file, console);
     if (root == nullptr) return kExitFailure;
 
-    const fs::path target(operands[1]);
+    const fs::path target = fs::u8path(operands[1]);
     std::error_code error;
     fs::create_directories(target, error);
     if (error || !fs::is_directory(target)) {

@@ -1,7 +1,7 @@
-#include <sys/stat.h>
-
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
+#include <system_error>
 
 #include "StstgCommands.h"
 #include "StstgCommon.h"
@@ -16,7 +16,7 @@ const unsigned char kSignature[8] = {0xD0, 0xCF, 0x11, 0xE0, 0xA1, 0xB1, 0x1A, 0
 // Why a file that can be read was still refused: the signature tells a foreign file
 // from a compound file whose header the library does not accept.
 std::string refusalReason(const std::string& path) {
-    FILE* file = std::fopen(path.c_str(), "rb");
+    FILE* file = TOVXFilePath(path).OpenFile("rb");
     if (file == nullptr) return std::strerror(errno);
     unsigned char head[sizeof kSignature] = {};
     const size_t got = std::fread(head, 1, sizeof head, file);
@@ -35,12 +35,13 @@ void Console::fail(const std::string& file, const std::string& message) const {
 void Console::fail(const std::string& message) const { std::fprintf(err, "ststg: %s\n", message.c_str()); }
 
 StoragePtr openCompoundFile(const std::string& path, const Console& console) {
-    struct stat info;
-    if (::stat(path.c_str(), &info) != 0) {
-        console.fail(path, std::strerror(errno));
+    std::error_code error;
+    const std::filesystem::file_status status = std::filesystem::status(std::filesystem::u8path(path), error);
+    if (error) {
+        console.fail(path, error.message());
         return nullptr;
     }
-    if (S_ISDIR(info.st_mode)) {
+    if (std::filesystem::is_directory(status)) {
         console.fail(path, "is a directory");
         return nullptr;
     }

@@ -3,9 +3,9 @@
 #include <vector>
 
 #include "StstgCommands.h"
+#include "StstgProcess.h"
 
 int main(int argc, char** argv) {
-    std::vector<std::string> arguments;
-    for (int i = 1; i < argc; ++i) arguments.emplace_back(argv[i]);
-    return ststg::run(arguments, stdout, stderr);
+    ststg::useBinaryStandardStreams();
+    return ststg::run(ststg::commandLineArguments(argc, argv), stdout, stderr);
 }
