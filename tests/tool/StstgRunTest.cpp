@@ -1,7 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <sys/wait.h>
-
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -11,6 +9,7 @@
 
 #include "CfbBuilder.h"
 #include "StstgCommands.h"
+#include "StstgText.h"
 #include "TestFiles.h"
 
 namespace fs = std::filesystem;
@@ -44,10 +43,7 @@ Outcome runTool(const Arguments& arguments) {
 // A private folder that goes away with the test.
 struct ScratchFolder {
     fs::path path;
-    ScratchFolder() {
-        std::string pattern = (fs::temp_directory_path() / "ststg-test-XXXXXX").string();
-        path = ::mkdtemp(&pattern[0]) != nullptr ? pattern : std::string();
-    }
+    ScratchFolder() : path(fs::u8path(tovxtest::makeScratchFolder("ststg-test-"))) {}
     ~ScratchFolder() {
         std::error_code ignored;
         fs::remove_all(path, ignored);
@@ -58,7 +54,8 @@ struct ScratchFolder {
 std::map<std::string, std::string> filesUnder(const fs::path& root) {
     std::map<std::string, std::string> files;
     for (const auto& item : fs::recursive_directory_iterator(root)) {
-        if (item.is_regular_file()) files[fs::relative(item.path(), root).string()] = text(tovxtest::readWholeFile(item.path().string()));
+        if (item.is_regular_file())
+            files[fs::relative(item.path(), root).generic_u8string()] = text(tovxtest::readWholeFile(item.path().u8string()));
     }
     return files;
 }
@@ -91,16 +88,16 @@ TEST(StstgExitCodes, FilesThatCannotBeOpenedGiveOneAndAreNamed) {
     image.header.directorySectorCount = 6;  // one more than the header check allows
     ScratchFile refusedHeader(image.serialize());
     ScratchFolder folder;
-    const std::string missing = (folder.path / "missing.doc").string();
+    const std::string missing = (folder.path / "missing.doc").u8string();
     const std::map<std::string, std::string> messages = {
         {missing, "No such file or directory\n"},
         {notCompound.path(), "not a compound file\n"},
         {refusedHeader.path(), "compound file not accepted"},
-        {folder.path.string(), "is a directory\n"},
+        {folder.path.u8string(), "is a directory\n"},
     };
     for (const auto& [path, message] : messages) {
         for (const Arguments& arguments : {Arguments{"tree", path}, Arguments{"tree", "--json", path}, Arguments{"cat", path, "x"},
-                                           Arguments{"extract", path, (folder.path / "out").string()}, Arguments{"props", path}}) {
+                                           Arguments{"extract", path, (folder.path / "out").u8string()}, Arguments{"props", path}}) {
             const Outcome outcome = runTool(arguments);
             EXPECT_EQ(outcome.code, 1) << arguments[0] << " " << path;
             EXPECT_EQ(outcome.err.rfind("ststg: " + path + ": " + message, 0), 0u) << outcome.err;
@@ -182,7 +179,7 @@ TEST(StstgTree, ListsInDirectoryOrderWithPasteableNamesAndEntersEachStorageOnce)
 TEST(StstgExtract, WritesWhatNamesReachAndReportsTheRest) {
     ScratchFile file(sampleFile());
     ScratchFolder folder;
-    const Outcome outcome = runTool({"extract", file.path(), folder.path.string()});
+    const Outcome outcome = runTool({"extract", file.path(), folder.path.u8string()});
     EXPECT_EQ(outcome.code, 0);
     EXPECT_NE(outcome.err.find("/\"\": storage cannot be opened"), std::string::npos) << outcome.err;
     EXPECT_NE(outcome.err.find("/Twin: an earlier stream of the same name hides it"), std::string::npos) << outcome.err;
@@ -209,7 +206,7 @@ TEST(StstgExtract, HostileNamesStayInsideTheTargetFolder) {
 
     ScratchFolder sandbox;
     const fs::path target = sandbox.path / "out";
-    const Outcome outcome = runTool({"extract", file.path(), target.string()});
+    const Outcome outcome = runTool({"extract", file.path(), target.u8string()});
     ASSERT_EQ(outcome.code, 0) << outcome.err;
     EXPECT_EQ(outcome.err, "");
     // Nothing but the target folder appeared in the sandbox.
@@ -230,20 +227,17 @@ TEST(StstgProps, ListsTheRootSetsAsTextOrAnEmptyJsonList) {
     EXPECT_NE(outcome.out.find("  0x0000000C  -  (date)  2019-07-04 08:00:00\n"), std::string::npos);
 
     ScratchFile file(sampleFile());  // its \x05 stream holds no property set
-    EXPECT_EQ(runTool({"props", "--json", file.path()}).out, "{\"file\": \"" + file.path() + "\", \"property_sets\": []}\n");
+    EXPECT_EQ(runTool({"props", "--json", file.path()}).out, "{\"file\": " + ststg::jsonString(file.path()) + ", \"property_sets\": []}\n");
     EXPECT_EQ(runTool({"props", file.path()}).out, "");
 }
 
 // The installed program hands run()'s exit code to the shell; corpus_tree checks its output streams.
 TEST(StstgProgram, ExitStatusReachesTheShell) {
     ScratchFile file(sampleFile());
-    const auto status = [](const std::string& arguments) {
-        const int raw = std::system(("'" + std::string(STSTG_PATH) + "' " + arguments + " >/dev/null 2>&1").c_str());
-        return WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
-    };
-    EXPECT_EQ(status("cat '" + file.path() + "' Outer Inner Deep"), 0);
-    EXPECT_EQ(status("cat '" + file.path() + "' Nothing"), 1);
-    EXPECT_EQ(status("tree"), 2);
+    const auto status = [](const Arguments& arguments) { return tovxtest::exitStatusOf(STSTG_PATH, arguments); };
+    EXPECT_EQ(status({"cat", file.path(), "Outer", "Inner", "Deep"}), 0);
+    EXPECT_EQ(status({"cat", file.path(), "Nothing"}), 1);
+    EXPECT_EQ(status({"tree"}), 2);
 }
 
 }  // namespace
