@@ -34,11 +34,19 @@ foreach(internal TOVStSectorChain.h TOVStFileRead.h)
   endif()
 endforeach()
 
+# A cross build hands on its toolchain and names the package's folder outright, since the
+# toolchain confines package searches to the target's system root; the consumer then runs
+# under the build's emulator.
+set(cross_arguments)
+if(TOOLCHAIN_FILE)
+  set(cross_arguments -DCMAKE_TOOLCHAIN_FILE=${TOOLCHAIN_FILE}
+                      -DTOVXStStorage_DIR=${prefix}/${LIBDIR}/cmake/TOVXStStorage)
+endif()
 run_step("configure consumer" ${CMAKE_COMMAND} -S ${CONSUMER_DIR} -B ${consumer_build}
          -DCMAKE_PREFIX_PATH=${prefix} -DCMAKE_FIND_USE_PACKAGE_REGISTRY=OFF
          -DCMAKE_CXX_COMPILER=${CXX_COMPILER} "-DCMAKE_CXX_FLAGS=${CXX_FLAGS}"
-         "-DCMAKE_EXE_LINKER_FLAGS=${LINKER_FLAGS}")
+         "-DCMAKE_EXE_LINKER_FLAGS=${LINKER_FLAGS}" ${cross_arguments})
 run_step("build consumer" ${CMAKE_COMMAND} --build ${consumer_build})
-run_step("run consumer" ${consumer_build}/consumer ${SAMPLE_FILE})
+run_step("run consumer" ${EMULATOR} ${consumer_build}/consumer${EXECUTABLE_SUFFIX} ${SAMPLE_FILE})
 message(STATUS "${step_output}")
 file(REMOVE_RECURSE ${WORK_DIR})
