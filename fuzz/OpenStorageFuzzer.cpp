@@ -5,34 +5,28 @@
 #include <cstdio>
 #include <string>
 #include <unistd.h>
-#include <unordered_set>
 
-#include "TOVIStorage.h"
-#include "TOVXMemoryManager.h"
+#include "TOVXNativeOwners.h"
+#include "TOVXStreamRead.h"
+#include "TOVXTreeWalk.h"
 
 namespace {
 
-// A directory whose child links lead back up would nest without end: each subtree, known by
-// the child link that leads into it, is walked once.
-void walk(TOVIStorage* storage, std::unordered_set<uint32_t>& walked) {
-    TOVXDynamicArray<TOVStStorageDirEntry> children;
-    if (!walked.insert(storage->getDirectoryEntry().getChild()).second || storage->enumElements(children) != 0) return;
-    for (int i = 0; i < children.Count(); ++i) {
-        TOVStStorageDirEntry* child = children.At(i);
-        if (child->isStorage()) {
-            TOVIStorage* sub = nullptr;
-            if (storage->openStorage(child->getName(), &sub) == 0) walk(sub, walked);
-            tovxDelete(sub);
-        } else if (child->isStream()) {
-            TOVIStream* stream = nullptr;
-            storage->openStream(child->getName(), &stream);
-            if (stream != nullptr) {
-                unsigned char buffer[64];
-                uint32_t got = 0;
-                stream->Read(buffer, sizeof buffer, &got);
-            }
-            tovxDelete(stream);
-        }
+// Every stream that a lookup by name reaches is read whole; the walk ends on directories
+// whose links loop.
+void readEveryStream(TOVIStorage& root) {
+    TOVXTreeWalk::walk(root, [](const TOVXTreeWalk::Item& item) {
+        TOVStStorageDirEntry entry = item.entry;
+        if (item.parent != nullptr && entry.isStream() && !item.shadowed) TOVXStreamRead::child(*item.parent, entry.getName());
+    });
+}
+
+void parseEveryPropertySet(TOVIStorage& root) {
+    TOVXDynamicArray<TOVIPropertyStorage*> sets;
+    root.getPropertySetStorage()->GetPropertyStorages(sets);
+    for (int i = 0; i < sets.Count(); ++i) {
+        (*sets.At(i))->GetPropertyArray();
+        (*sets.At(i))->LowerReference();
     }
 }
 
@@ -49,17 +43,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (file == nullptr) return 0;
     std::fwrite(data, 1, size, file);
     std::fclose(file);
-    TOVIStorage* root = nullptr;
-    std::unordered_set<uint32_t> walked;
-    if (TOVStgOpenStorage(TOVXFilePath(path), &root) == 0) {
-        walk(root, walked);
-        TOVXDynamicArray<TOVIPropertyStorage*> sets;
-        root->getPropertySetStorage()->GetPropertyStorages(sets);
-        for (int i = 0; i < sets.Count(); ++i) {
-            (*sets.At(i))->GetPropertyArray();
-            (*sets.At(i))->LowerReference();
-        }
-    }
-    tovxDelete(root);
+    TOVIStorage* opened = nullptr;
+    if (TOVStgOpenStorage(TOVXFilePath(path), &opened) != 0) return 0;
+    const TOVXStoragePtr root(opened);
+    readEveryStream(*root);
+    parseEveryPropertySet(*root);
     return 0;
 }

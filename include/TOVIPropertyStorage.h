@@ -2,9 +2,12 @@
 #define TOVI_PROPERTY_STORAGE_H
 
 #include <cstdint>
+#include <map>
+#include <set>
+#include <utility>
+#include <vector>
 
 #include "TOVXDynamicArray.h"
-#include "TOVXHashTable.h"
 #include "TOVXPropertyHandle.h"
 #include "TOVXReferenceCount.h"
 #include "TOVXString.h"
@@ -89,12 +92,18 @@ private:
     uint32_t firstSectionSize;
     uint32_t firstPropertyCount;
     TOVXDynamicArray<TOVXPropertyHandle> properties;
-    TOVXHashTable<uint32_t, TOVXString> displayNames;
+    // Dictionary names in the order read; the first name that a dictionary gives an id wins.
+    // Sorted by id once, when the names are merged, so that chosen ids cannot make lookups slow.
+    std::vector<std::pair<uint32_t, TOVXString>> displayNames;
+    // Dictionaries already read, by where they start: a stream may point many entries at one.
+    std::set<const unsigned char*> dictionariesRead;
+    // Dictionary entries that may still be read from this stream (see InitializeFromBuffer).
+    uint64_t dictionaryBudget;
     TOVXString setName;
     uint16_t codePage;
     uint32_t localeId;
-    // Position in `properties` of each id, so that a long table costs linear time.
-    TOVXHashTable<uint32_t, int> propertyPositions;
+    // Position in `properties` of each id: a long table costs n log n whatever its ids.
+    std::map<uint32_t, int> propertyPositions;
     // The code page that the section being read declares, wherever its entry stands in the
     // table; -1 when it declares none. Narrow text is decoded under it.
     int32_t sectionCodePage;

@@ -11,7 +11,8 @@
 
 // The parsed image of one compound file: header, sector tables, directory and mini
 // stream, all read when the object is built from a path. Damaged files are read
-// leniently; every chain walk is bounded by the number of sectors the file can hold.
+// leniently: what lies past the file reads as zeros, and the bounds of every walk
+// come from the file's size (TOVStStorageFileInfo.cpp states them).
 class TOVStStorageFileInfo {
 public:
     TOVStStorageFileInfo();
@@ -44,9 +45,16 @@ public:
     const TOVXDynamicArray<unsigned char>& miniStreamBytes() const { return miniStream; }
     bool isLittleEndian() const { return littleEndian; }
     uint32_t sectorSize() const;
-    // The number of whole or partial sectors behind the header, which bounds every chain.
+    // The most sectors a FAT chain visits: the whole or partial sectors behind the header, at least 1.
     uint32_t fileSectorCount() const { return fileSectors; }
+    // The most mini sectors a mini chain visits: the file's size in mini sectors, at least 1.
+    uint32_t fileMiniSectorCount() const { return fileMiniSectors; }
     uint32_t fileSize() const { return fileBytes; }
+
+    // Reads `count` bytes from the start of `sector` on, over the sectors behind it when `count`
+    // is larger than one; what lies past the end of `stream` or the 2 GiB position limit reads as
+    // zeros. The one way sector bytes come from a file, in the load and in stream reads.
+    void readSector(FILE* stream, uint32_t sector, uint32_t count, unsigned char* destination) const;
 
 private:
     void setHeader(FILE* stream);
@@ -59,7 +67,9 @@ private:
     void addBytesToMiniBuffer(unsigned char* bytes, int count);
 
     void copyFrom(const TOVStStorageFileInfo& other);
+    void parseDirEntry(const unsigned char* slot, TOVStStorageDirEntry& entry) const;
     uint32_t readWord(const unsigned char* bytes) const;
+    const unsigned char* tableSector(FILE* stream, uint32_t sector);
     void appendTableSector(FILE* stream, uint32_t sector, TOVXDynamicArray<unsigned int>& table);
 
     TOVXFilePath filePath;
@@ -73,6 +83,9 @@ private:
     bool littleEndian = true;
     uint32_t fileBytes = 0;
     uint32_t fileSectors = 0;
+    uint32_t fileMiniSectors = 0;
+    struct LoadCache;                // the table sectors read so far; lives while the load runs
+    LoadCache* loadCache = nullptr;
 };
 
 #endif

@@ -21,7 +21,8 @@ function(run_step description)
 endfunction()
 
 run_step("install" ${CMAKE_COMMAND} --install ${BUILD_DIR} --prefix ${prefix})
-foreach(installed include/TOVXStStorage/TOVIStorage.h include/TOVXStStorage/TOVXString.h)
+foreach(installed include/TOVXStStorage/TOVIStorage.h include/TOVXStStorage/TOVXString.h
+                  include/TOVXStStorage/host/TOVXStorageReader.h include/TOVXStStorage/host/TOVStgOpenStorageRoot.h)
   if(NOT EXISTS ${prefix}/${installed})
     message(FATAL_ERROR "install did not place ${installed}")
   endif()

@@ -48,6 +48,14 @@ CfbImage oneStream(size_t size, uint32_t cutoff = 4096, uint16_t shift = 9) {
     return builder.layout();
 }
 
+// The 128-byte stream of oneStream(128) as a "mini" stream of `size` bytes whose two mini sectors loop. Its
+// file is 5 sectors: 2560 bytes, or 40 mini sectors, the most a mini walk visits.
+void miniLoopOf128(CfbImage& image, uint32_t size) {
+    image.header.miniStreamCutoff = 0xFFFFFFFFu;
+    image.miniFat[1] = 0;
+    image.entries[1].size = size;
+}
+
 }  // namespace
 
 TEST(StreamRead, ContentsComeBackWholeOnBothSidesOfTheCutoffAndBothSectorSizes) {
@@ -84,6 +92,13 @@ TEST(StreamRead, BrokenChainsEndPromptlyWithWhatTheyHold) {
         return Bytes(all.begin() + static_cast<long>(from), all.begin() + static_cast<long>(to));
     };
     const auto join = [](Bytes a, const Bytes& b) { a.insert(a.end(), b.begin(), b.end()); return a; };
+    // The 128 bytes of a stream in mini sectors 0 and 1, again and again, cut to `size`.
+    const auto looped = [&](size_t size) {
+        Bytes bytes;
+        while (bytes.size() < size) bytes = join(bytes, part(128, 0, 128));
+        bytes.resize(size);
+        return bytes;
+    };
     struct Case {
         const char* what;
         size_t size;
@@ -98,10 +113,15 @@ TEST(StreamRead, BrokenChainsEndPromptlyWithWhatTheyHold) {
          part(5000, 0, 1024)},
         {"FAT chain ended by FATSECT", 5000, [](CfbImage& image) { image.fat[image.entries[1].start] = kFatSect; }, 0,
          part(5000, 0, 512)},
-        {"FAT chain leaving the table", 5000, [](CfbImage& image) { image.fat[image.entries[1].start] = 0x00FFFFFF; }, 0,
-         part(5000, 0, 512)},
+        // A sector past the FAT is read, past the file's end as zeros, and is the chain's last.
+        {"FAT chain leaving the table and the file", 5000, [](CfbImage& image) { image.fat[image.entries[1].start] = 100000; },
+         0, join(part(5000, 0, 512), Bytes(512, 0))},
+        {"start sector outside the FAT and the file", 5000, [](CfbImage& image) { image.entries[1].start = 100000; }, 0,
+         Bytes(512, 0)},
+        // With one FAT sector of 128 entries, the chain's link to sector 128 (the stream's 126th sector) is its last.
+        {"FAT chain leaving the table inside the file", 70000, [](CfbImage& image) { image.header.fatList.resize(1); }, 0,
+         part(70000, 0, 126 * 512)},
         {"start sector that is a special value", 5000, [](CfbImage& image) { image.entries[1].start = kEndOfChain; }, 0, {}},
-        {"start sector outside the FAT", 5000, [](CfbImage& image) { image.entries[1].start = 100000; }, 0, {}},
         // Past the mini FAT the sector is the chain's last; past the mini stream it reads as zeros.
         {"mini chain leaving the mini FAT", 200, [](CfbImage& image) { image.miniFat[image.entries[1].start] = 5000; }, 0,
          join(part(200, 0, 64), Bytes(64, 0))},
@@ -110,11 +130,18 @@ TEST(StreamRead, BrokenChainsEndPromptlyWithWhatTheyHold) {
         // A looping mini chain repeats until the size is used up, then ends like any chain that outlasts it.
         {"mini chain looping", 200, [](CfbImage& image) { image.miniFat[image.entries[1].start + 1] = image.entries[1].start; },
          -1, join(join(part(200, 0, 128), part(200, 0, 64)), part(200, 64, 72))},
+        {"mini chain 0, 1, 0 under 300 bytes", 128, [](CfbImage& image) { image.miniFat[1] = 0; image.entries[1].size = 300; },
+         -1, looped(300)},
+        // Only the file's size in mini sectors bounds a mini walk: up to it the loop runs as far as the size asks.
+        {"mini loop as long as the file", 128, [](CfbImage& image) { miniLoopOf128(image, 2560); }, -1, looped(2560)},
+        {"mini loop one byte longer than the file", 128, [](CfbImage& image) { miniLoopOf128(image, 2561); }, 0, looped(2560)},
+        {"mini loop of 4 GiB", 128, [](CfbImage& image) { miniLoopOf128(image, 0xFFFFFFF0u); }, 0, looped(2560)},
     };
     for (const Case& c : cases) {
         CfbImage image = oneStream(c.size);
         c.breakIt(image);
-        const Outcome outcome = openStream(image.serialize(), "data");
+        const std::vector<uint8_t> bytes = image.serialize();
+        const Outcome outcome = openStream(bytes, "data");
         EXPECT_EQ(outcome.result, c.result) << c.what;
         EXPECT_EQ(outcome.bytes, c.expected) << c.what;
         EXPECT_TRUE(outcome.streamSet) << c.what;

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -9,6 +10,7 @@
 
 #include "CfbBuilder.h"
 #include "StstgCommands.h"
+#include "StstgFolderNames.h"
 #include "StstgText.h"
 #include "TestFiles.h"
 
@@ -155,6 +157,47 @@ TEST(StstgCat, WritesTheStreamANamePathReachesOrSaysWhyNot) {
     }
 }
 
+TEST(StstgCat, TellsAnUnreadableStreamAndAShortOneFromTheRest) {
+    CfbBuilder builder;
+    const int cut = builder.addStream(CfbBuilder::kRoot, u"Cut", tovxtest::patternBytes(5000, 3));
+    const int bad = builder.addStream(CfbBuilder::kRoot, u"Bad", u8("bad"));
+    tovxtest::CfbImage image = builder.layout();
+    image.fat[image.entries[static_cast<size_t>(cut)].start] = tovxtest::kEndOfChain;  // one sector of ten
+    image.entries[static_cast<size_t>(bad)].colour = 2;  // neither red nor black: listed, but no lookup opens it
+    ScratchFile file(image.serialize());
+
+    const Outcome shortOne = runTool({"cat", file.path(), "Cut"});
+    EXPECT_EQ(shortOne.code, 0);
+    EXPECT_TRUE(shortOne.out == text(tovxtest::patternBytes(512, 3)));
+    EXPECT_EQ(shortOne.err, "ststg: " + file.path() + ": /Cut: the file holds only 512 of its 5000 bytes\n");
+    const Outcome unreadable = runTool({"cat", file.path(), "Bad"});
+    EXPECT_EQ(unreadable.code, 1);
+    EXPECT_EQ(unreadable.err, "ststg: " + file.path() + ": /Bad: cannot be read\n");
+}
+
+// 8,000 storages each inside the last, with names of the full 31 units (a file of 1 MB):
+// the walk holds each name once, so the listing takes time and memory in step with its size.
+TEST(StstgTree, ListsStoragesNestedThousandsDeep) {
+    constexpr int kDepth = 8000;
+    const auto nameAt = [](int depth) {
+        const std::string digits = std::to_string(depth);
+        return std::string(31 - digits.size(), 'd') + digits;
+    };
+    CfbBuilder builder;
+    for (int depth = 0, parent = CfbBuilder::kRoot; depth < kDepth; ++depth) {
+        const std::string name = nameAt(depth);
+        parent = builder.addStorage(parent, std::u16string(name.begin(), name.end()));
+    }
+    ScratchFile file(builder.build());
+    const Outcome outcome = runTool({"tree", file.path()});
+    ASSERT_EQ(outcome.code, 0) << outcome.err;
+    std::string expected = "/  (root, 0 bytes)\n";
+    for (int depth = 0; depth < kDepth; ++depth) expected += std::string(2 * (depth + 1), ' ') + nameAt(depth) + "  (storage, 0 bytes)\n";
+    const auto differ = std::mismatch(expected.begin(), expected.end(), outcome.out.begin(), outcome.out.end());
+    EXPECT_TRUE(outcome.out == expected) << "first difference at byte " << (differ.first - expected.begin()) << " of "
+                                          << expected.size() << " (got " << outcome.out.size() << ")";
+}
+
 TEST(StstgTree, ListsInDirectoryOrderWithPasteableNamesAndEntersEachStorageOnce) {
     ScratchFile file(sampleFile());
     const Outcome outcome = runTool({"tree", file.path()});
@@ -216,6 +259,27 @@ TEST(StstgExtract, HostileNamesStayInsideTheTargetFolder) {
         {"Case", "upper"}, {"case~2", "lower"}, {"Case~2~2", "tilde"},  // names that differ only in case still get files of their own
     };
     EXPECT_EQ(filesUnder(target), expected);
+}
+
+// 8,000 sibling streams all called "x" (a file of 1 MB): the first is written, the others are
+// hidden by it, and each still claims its own name in one step.
+TEST(StstgExtract, ThousandsOfNamesakesClaimTheirNamesInOnePass) {
+    struct Claim { std::string wanted, given; };
+    ststg::FolderNames names;
+    for (const Claim& claim : {Claim{"x", "x"}, {"x~3", "x~3"}, {"X", "X~2"}, {"x", "x~4"}, {"x~3", "x~3~2"}, {"x", "x~5"}})
+        EXPECT_EQ(names.claim(claim.wanted), claim.given) << claim.wanted;
+
+    constexpr int kSiblings = 8000;
+    CfbBuilder builder;
+    for (int i = 0; i < kSiblings; ++i) builder.addStream(CfbBuilder::kRoot, u"x", {});
+    ScratchFile file(builder.build());
+    ScratchFolder folder;
+    const Outcome outcome = runTool({"extract", file.path(), folder.path.string()});
+    EXPECT_EQ(outcome.code, 0);
+    EXPECT_EQ(filesUnder(folder.path), (std::map<std::string, std::string>{{"x", ""}}));
+    std::string warnings;
+    for (int i = 1; i < kSiblings; ++i) warnings += "ststg: " + file.path() + ": /x: an earlier stream of the same name hides it; not extracted\n";
+    EXPECT_TRUE(outcome.err == warnings) << outcome.err.substr(0, 200);
 }
 
 TEST(StstgProps, ListsTheRootSetsAsTextOrAnEmptyJsonList) {

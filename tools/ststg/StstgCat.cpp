@@ -1,34 +1,23 @@
 #include "StstgCommands.h"
 #include "StstgCommon.h"
 #include "StstgText.h"
+#include "TOVXStreamRead.h"
 
 namespace ststg {
 
 namespace {
 
-// "/A/B" for messages, names as `tree` prints them.
-std::string shownPath(const std::vector<TOVXString>& names, size_t count) {
-    if (count == 0) return "/";
-    std::string out;
-    for (size_t i = 0; i < count; ++i) out += "/" + displayName(names[i]);
-    return out;
-}
-
-// The first child stream of `name`, as a lookup by name finds it; false if there is none.
-bool findStreamEntry(TOVIStorage& storage, const TOVXString& name, bool& isStorage, TOVStStorageDirEntry& found) {
-    TOVXDynamicArray<TOVStStorageDirEntry> children;
-    storage.enumElements(children);
-    isStorage = false;
-    for (int i = 0; i < children.Count(); ++i) {
-        TOVStStorageDirEntry entry = *children.At(i);
-        if (!entry.getName().equals(name)) continue;
-        if (entry.isStream()) {
-            found = entry;
-            return true;
-        }
-        isStorage = isStorage || entry.isStorage();
+// Why `names` gave no stream, as the message after "ststg: FILE: " says it.
+std::string failureText(const TOVXStreamRead& read, const std::vector<TOVXString>& names) {
+    using Outcome = TOVXStreamRead::Outcome;
+    switch (read.outcome) {
+        case Outcome::NoSuchStorage: return "no storage " + shownPath(names, read.storagesOpened + 1) + " that can be opened";
+        case Outcome::IsStorage: return shownPath(names) + " is a storage, not a stream";
+        case Outcome::Unreadable: return shownPath(names) + ": cannot be read";
+        case Outcome::NoSuchStream:
+        case Outcome::Read: break;
     }
-    return false;
+    return shownPath(names) + ": no such stream";
 }
 
 }  // namespace
@@ -50,40 +39,21 @@ int catCommand(const std::vector<std::string>& arguments, const Console& console
         names.push_back(name);
     }
     const std::string& file = operands[0];
-    StoragePtr root = openCompoundFile(file, console);
+    TOVXStoragePtr root = openCompoundFile(file, console);
     if (root == nullptr) return kExitFailure;
 
-    // Keep every storage on the way: each is freed when the walk down is done.
-    std::vector<StoragePtr> chain;
-    TOVIStorage* current = root.get();
-    for (size_t i = 0; i + 1 < names.size(); ++i) {
-        TOVIStorage* next = nullptr;
-        if (current->openStorage(names[i], &next) != 0 || next == nullptr) {
-            console.fail(file, "no storage " + shownPath(names, i + 1) + " that can be opened");
-            return kExitFailure;
-        }
-        chain.emplace_back(next);
-        current = next;
-    }
-    const TOVXString& streamName = names.back();
-    bool isStorage = false;
-    TOVStStorageDirEntry entry;
-    if (!findStreamEntry(*current, streamName, isStorage, entry)) {
-        console.fail(file, shownPath(names, names.size()) + (isStorage ? " is a storage, not a stream" : ": no such stream"));
+    const TOVXStreamRead read = TOVXStreamRead::atPath(*root, names);
+    if (read.outcome != TOVXStreamRead::Outcome::Read) {
+        console.fail(file, failureText(read, names));
         return kExitFailure;
     }
-    std::vector<unsigned char> bytes;
-    if (!readStream(*current, streamName, bytes)) {
-        console.fail(file, shownPath(names, names.size()) + ": cannot be read");
-        return kExitFailure;
-    }
-    if (!writeAll(console.out, bytes) || std::fflush(console.out) != 0) {
+    if (!writeAll(console.out, read.bytes) || std::fflush(console.out) != 0) {
         console.fail("cannot write the output");
         return kExitFailure;
     }
-    if (bytes.size() < entry.getSize()) {
-        console.fail(file, shownPath(names, names.size()) + ": the file holds only " + std::to_string(bytes.size()) +
-                               " of its " + std::to_string(entry.getSize()) + " bytes");
+    if (read.bytes.size() < read.declaredSize) {
+        console.fail(file, shownPath(names) + ": the file holds only " + std::to_string(read.bytes.size()) + " of its " +
+                               std::to_string(read.declaredSize) + " bytes");
     }
     return kExitOk;
 }

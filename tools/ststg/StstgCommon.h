@@ -2,25 +2,13 @@
 #define STSTG_COMMON_H
 
 #include <cstdio>
-#include <memory>
 #include <string>
 #include <vector>
 
-#include "TOVIStorage.h"
-#include "TOVIStream.h"
-#include "TOVXMemoryManager.h"
+#include "TOVXNativeOwners.h"
 
 // Pieces the subcommands share.
 namespace ststg {
-
-struct StorageDeleter {
-    void operator()(TOVIStorage* storage) const { tovxDelete(storage); }
-};
-struct StreamDeleter {
-    void operator()(TOVIStream* stream) const { tovxDelete(stream); }
-};
-using StoragePtr = std::unique_ptr<TOVIStorage, StorageDeleter>;
-using StreamPtr = std::unique_ptr<TOVIStream, StreamDeleter>;
 
 // The console of one run.
 struct Console {
@@ -33,11 +21,7 @@ struct Console {
 
 // Opens the compound file at `path`, or says why not and gives null: a file that is
 // missing or unreadable is told apart from one that is no compound file.
-StoragePtr openCompoundFile(const std::string& path, const Console& console);
-
-// The bytes of the stream `name` in `storage`, through openStream. An empty stream
-// gives an empty buffer. False when there is no stream of that name.
-bool readStream(TOVIStorage& storage, const TOVXString& name, std::vector<unsigned char>& bytes);
+TOVXStoragePtr openCompoundFile(const std::string& path, const Console& console);
 
 // Writes all of `bytes`; false when the stream refuses some.
 bool writeAll(FILE* file, const std::vector<unsigned char>& bytes);

@@ -1,17 +1,16 @@
 #include <unistd.h>
 
-#include <algorithm>
-#include <cctype>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
-#include <set>
 #include <system_error>
 
 #include "StstgCommands.h"
 #include "StstgCommon.h"
+#include "StstgFolderNames.h"
 #include "StstgText.h"
-#include "StstgWalk.h"
+#include "TOVXStreamRead.h"
+#include "TOVXTreeWalk.h"
 
 namespace fs = std::filesystem;
 
@@ -22,29 +21,8 @@ namespace {
 // Progress is shown for files from this size on, and only to a terminal.
 constexpr uintmax_t kProgressFromBytes = 4u << 20;
 
-std::string shownPath(const std::vector<TOVXString>& path) {
-    std::string out;
-    for (const TOVXString& name : path) out += "/" + displayName(name);
-    return out.empty() ? "/" : out;
-}
-
-// The file names given out in one folder. Names are compared without case, so that
-// the result also unpacks on a file system that ignores case.
-class FolderNames {
-public:
-    std::string claim(const std::string& wanted) {
-        std::string name = wanted;
-        for (int copy = 2; !used_.insert(folded(name)).second; ++copy) name = wanted + "~" + std::to_string(copy);
-        return name;
-    }
-
-private:
-    static std::string folded(std::string text) {
-        std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) { return std::tolower(c); });
-        return text;
-    }
-    std::set<std::string> used_;
-};
+using Item = TOVXTreeWalk::Item;
+using Descent = TOVXTreeWalk::Descent;
 
 struct Folder {
     fs::path path;
@@ -59,7 +37,7 @@ public:
         folders_.push_back(Folder{target, FolderNames(), true});
     }
 
-    void visit(const WalkItem& item) {
+    void visit(const Item& item) {
         if (item.path.empty()) return;  // the root is the target folder itself
         folders_.resize(item.path.size());  // leave the folders of storages already done
         TOVStStorageDirEntry entry = item.entry;
@@ -80,7 +58,7 @@ public:
     bool failed() const { return failed_; }
 
 private:
-    void addFolder(const WalkItem& item, Folder& parent) {
+    void addFolder(const Item& item, Folder& parent) {
         const fs::path path = parent.path / fs::u8path(parent.names.claim(safeFileName(item.path.back())));
         std::error_code error;
         fs::create_directory(path, error);
@@ -94,18 +72,19 @@ private:
         folders_.push_back(Folder{path, FolderNames(), true});
     }
 
-    void addFile(const WalkItem& item, Folder& parent) {
+    void addFile(const Item& item, Folder& parent) {
         const fs::path path = parent.path / fs::u8path(parent.names.claim(safeFileName(item.path.back())));
         if (item.shadowed) {
             warn(item, "an earlier stream of the same name hides it; not extracted");
             return;
         }
         TOVStStorageDirEntry entry = item.entry;
-        std::vector<unsigned char> bytes;
-        if (!readStream(*item.parent, entry.getName(), bytes)) {
+        const TOVXStreamRead read = TOVXStreamRead::child(*item.parent, entry.getName());
+        if (read.outcome != TOVXStreamRead::Outcome::Read) {
             warn(item, "cannot be read; not extracted");
             return;
         }
+        const std::vector<unsigned char>& bytes = read.bytes;
         if (bytes.size() < entry.getSize())
             warn(item, "the file holds only " + std::to_string(bytes.size()) + " of " + std::to_string(entry.getSize()) + " bytes");
         FILE* out = TOVXFilePath(path.u8string()).OpenFile("wb");
@@ -127,7 +106,7 @@ private:
         std::fflush(console_.err);
     }
 
-    void warn(const WalkItem& item, const std::string& message) {
+    void warn(const Item& item, const std::string& message) {
         if (showProgress_ && streamsWritten_ > 0) std::fputc('\n', console_.err);
         console_.fail(file_, shownPath(item.path) + ": " + message);
     }
@@ -162,7 +141,7 @@ int extractCommand(const std::vector<std::string>& arguments, const Console& con
     }
     if (operands.size() != 2) return usageError(console, "extract", operands.size() < 2 ? "missing FILE or DIR" : "too many arguments");
     const std::string& file = operands[0];
-    StoragePtr root = openCompoundFile(file, console);
+    TOVXStoragePtr root = openCompoundFile(file, console);
     if (root == nullptr) return kExitFailure;
 
     const fs::path target = fs::u8path(operands[1]);
@@ -173,7 +152,7 @@ int extractCommand(const std::vector<std::string>& arguments, const Console& con
         return kExitFailure;
     }
     Extractor extractor(file, target, console, wantsProgress(file, console));
-    StorageWalker().walk(*root, [&](const WalkItem& item) { extractor.visit(item); });
+    TOVXTreeWalk::walk(*root, [&](const Item& item) { extractor.visit(item); });
     extractor.finish();
     return extractor.failed() ? kExitFailure : kExitOk;
 }

@@ -17,7 +17,10 @@ const char kToolHelp[] =
     "  extract FILE DIR          write every stream to a file under DIR\n"
     "  props FILE [--json]       list the property sets and their properties\n"
     "\n"
-    "'ststg COMMAND --help' describes one command.\n"
+    "  --host COMMAND ...        the same commands through the platform's structured-storage\n"
+    "                            service; here " STSTG_HOST_SERVICE "\n"
+    "\n"
+    "'ststg COMMAND --help' describes one command, 'ststg --host --help' the host commands.\n"
     "Exit status: 0 on success, 1 when the file cannot be opened or an item is not\n"
     "found, 2 on a usage error. Data goes to standard output, messages to standard error.\n";
 

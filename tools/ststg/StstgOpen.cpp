@@ -34,7 +34,7 @@ void Console::fail(const std::string& file, const std::string& message) const {
 
 void Console::fail(const std::string& message) const { std::fprintf(err, "ststg: %s\n", message.c_str()); }
 
-StoragePtr openCompoundFile(const std::string& path, const Console& console) {
+TOVXStoragePtr openCompoundFile(const std::string& path, const Console& console) {
     std::error_code error;
     const std::filesystem::file_status status = std::filesystem::status(std::filesystem::u8path(path), error);
     if (error) {
@@ -50,30 +50,7 @@ StoragePtr openCompoundFile(const std::string& path, const Console& console) {
         console.fail(path, refusalReason(path));
         return nullptr;
     }
-    return StoragePtr(storage);
-}
-
-bool readStream(TOVIStorage& storage, const TOVXString& name, std::vector<unsigned char>& bytes) {
-    bytes.clear();
-    TOVIStream* raw = nullptr;
-    const int result = storage.openStream(name, &raw);
-    StreamPtr stream(raw);  // a failed open may still hand over a stream; it is ours to free
-    if (stream != nullptr) {
-        // A result of -1 with a stream means the mini chain ran on past the size: the
-        // bytes are all there, only the stream's entry was not filled in.
-        bytes.assign(stream->data(), stream->data() + stream->length());
-        return true;
-    }
-    if (result == 0) return true;
-    // No stream came back: either there is none of that name, or it is empty, which
-    // openStream cannot open. The child list tells the two apart.
-    TOVXDynamicArray<TOVStStorageDirEntry> children;
-    storage.enumElements(children);
-    for (int i = 0; i < children.Count(); ++i) {
-        TOVStStorageDirEntry entry = *children.At(i);
-        if (entry.isStream() && entry.getName().equals(name)) return entry.getSize() == 0;
-    }
-    return false;
+    return TOVXStoragePtr(storage);
 }
 
 bool writeAll(FILE* file, const std::vector<unsigned char>& bytes) {

@@ -11,14 +11,6 @@ namespace ststg {
 
 namespace {
 
-std::string guidText(const unsigned char* id) {
-    // The id's bytes are already in the order of its printed form.
-    char text[40];
-    std::snprintf(text, sizeof text, "{%02X%02X%02X%02X-%02X%02X-%02X%02X-%02X%02X-%02X%02X%02X%02X%02X%02X}", id[0], id[1],
-                  id[2], id[3], id[4], id[5], id[6], id[7], id[8], id[9], id[10], id[11], id[12], id[13], id[14], id[15]);
-    return text;
-}
-
 std::string valueKind(int type) {
     switch (type) {
         case ValueTypeNotFound: return "not found";
@@ -95,7 +87,7 @@ int propsCommand(const std::vector<std::string>& arguments, const Console& conso
     }
     if (files.size() != 1) return usageError(console, "props", files.empty() ? "missing FILE" : "too many arguments");
     const std::string& file = files[0];
-    StoragePtr root = openCompoundFile(file, console);
+    TOVXStoragePtr root = openCompoundFile(file, console);
     if (root == nullptr) return kExitFailure;
 
     const SetList list(*root);

@@ -2,6 +2,7 @@
 
 #include "StstgCommands.h"
 #include "StstgCommon.h"
+#include "StstgHost.h"
 
 namespace ststg {
 
@@ -13,6 +14,7 @@ int run(const std::vector<std::string>& arguments, FILE* out, FILE* err) {
         printToolHelp(out);
         return kExitOk;
     }
+    if (command == "--host") return hostRun(std::vector<std::string>(arguments.begin() + 1, arguments.end()), out, err);
     const std::vector<std::string> rest(arguments.begin() + 1, arguments.end());
     if (std::any_of(rest.begin(), rest.end(), isHelpOption)) {
         if (printCommandHelp(command, out)) return kExitOk;

@@ -2,6 +2,8 @@
 
 #include <cstdio>
 
+#include "TOVStStorageConstants.h"
+
 namespace ststg {
 
 namespace {
@@ -147,16 +149,30 @@ std::string safeFileName(const TOVXString& name) {
     return TOVXString::FromUnits(reinterpret_cast<const unsigned short*>(safe.data()), static_cast<int>(safe.size())).ToUtf8();
 }
 
+std::string shownPath(const std::vector<TOVXString>& names, size_t count) {
+    std::string out;
+    for (size_t i = 0; i < count && i < names.size(); ++i) out += "/" + displayName(names[i]);
+    return out.empty() ? "/" : out;
+}
+
 std::string kindName(int type) {
     switch (type) {
-        case 0: return "invalid";
-        case 1: return "storage";
-        case 2: return "stream";
-        case 3: return "lockbytes";
-        case 4: return "property";
-        case 5: return "root";
+        case STGTY_INVALID: return "invalid";
+        case STGTY_STORAGE: return "storage";
+        case STGTY_STREAM: return "stream";
+        case STGTY_LOCKBYTES: return "lockbytes";
+        case STGTY_PROPERTY: return "property";
+        case STGTY_ROOT: return "root";
         default: return "type " + std::to_string(type);
     }
+}
+
+std::string guidText(const unsigned char* id) {
+    // A property set's id is kept in the byte order of its printed form, so no field is swapped.
+    char text[40];
+    std::snprintf(text, sizeof text, "{%02X%02X%02X%02X-%02X%02X-%02X%02X-%02X%02X-%02X%02X%02X%02X%02X%02X}", id[0], id[1],
+                  id[2], id[3], id[4], id[5], id[6], id[7], id[8], id[9], id[10], id[11], id[12], id[13], id[14], id[15]);
+    return text;
 }
 
 }  // namespace ststg

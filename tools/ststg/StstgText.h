@@ -1,12 +1,15 @@
 #ifndef STSTG_TEXT_H
 #define STSTG_TEXT_H
 
+#include <cstddef>
 #include <string>
+#include <vector>
 
 #include "TOVXString.h"
 
 // Text conversions of the ststg tool: JSON strings, names as the text output shows
-// them, names given on the command line, and names made safe for the file system.
+// them, names given on the command line, names made safe for the file system, and the
+// words and numbers every listing shares.
 namespace ststg {
 
 // A JSON string literal, quotes included. Control characters come out as \u00XX.
@@ -30,9 +33,17 @@ bool parseNameArgument(const std::string& argument, TOVXString& name, std::strin
 // starts either two hex digits or "empty".
 std::string safeFileName(const TOVXString& name);
 
+// "/A/B" for messages: the first `count` names of `names`, each as displayName shows it;
+// "/" for none.
+std::string shownPath(const std::vector<TOVXString>& names, size_t count);
+inline std::string shownPath(const std::vector<TOVXString>& names) { return shownPath(names, names.size()); }
+
 // The word for an entry type: root, storage, stream, lockbytes, property, invalid, or
 // "type N" for a value outside the known set.
 std::string kindName(int type);
+
+// A 16-byte id as "{XXXXXXXX-XXXX-XXXX-XXXX-XXXXXXXXXXXX}", the bytes in the order given.
+std::string guidText(const unsigned char* id);
 
 }  // namespace ststg
 

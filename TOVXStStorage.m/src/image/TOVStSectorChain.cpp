@@ -2,21 +2,47 @@
 
 #include "TOVStStorageConstants.h"
 
-std::vector<uint32_t> TOVStSectorChain::follow(const TOVXDynamicArray<unsigned int>& table, uint32_t start,
-                                               uint32_t limit) {
-    std::vector<uint32_t> chain;
-    if (limit == 0) return chain;
-    const uint32_t tableSize = static_cast<uint32_t>(table.Count());
-    const unsigned int* next = table.First();
-    std::vector<bool> visited(tableSize, false);
-    uint32_t current = start;
-    chain.push_back(current);
-    while (chain.size() < limit && current < tableSize && !visited[current]) {
-        visited[current] = true;
-        const uint32_t following = next[current];
-        if (isSpecialSector(following) || following >= tableSize || visited[following]) break;
-        chain.push_back(following);
-        current = following;
+TOVStSectorChain::TOVStSectorChain(const TOVXDynamicArray<unsigned int>& links, uint32_t start, uint32_t limit,
+                                   Policy walkPolicy)
+    : table(&links), policy(walkPolicy), current(start), remaining(limit) {
+    if (policy == Policy::CutAtRepeat) visited.assign(static_cast<size_t>(links.Count()), false);
+    if (remaining > 0) lookUpNext();
+}
+
+TOVStSectorChain::TOVStSectorChain(uint32_t start, uint32_t count)
+    : table(nullptr), policy(Policy::LinkInSector), current(start), remaining(count) {}
+
+// A sector outside the table has no link: it is the chain's last.
+void TOVStSectorChain::lookUpNext() {
+    following = false;
+    const uint32_t tableSize = static_cast<uint32_t>(table->Count());
+    if (current >= tableSize) return;
+    if (policy == Policy::CutAtRepeat) visited[current] = true;
+    next = *table->At(static_cast<int>(current));
+    if (isSpecialSector(next)) return;
+    if (policy == Policy::CutAtRepeat && next < tableSize && visited[next]) return;
+    following = true;
+}
+
+void TOVStSectorChain::advance() {
+    if (remaining == 0) return;
+    if (--remaining == 0 || !following) {
+        remaining = 0;
+        return;
     }
+    current = next;
+    lookUpNext();
+}
+
+void TOVStSectorChain::advanceTo(uint32_t link) {
+    if (remaining == 0) return;
+    --remaining;
+    current = link;
+}
+
+std::vector<uint32_t> TOVStSectorChain::follow(const TOVXDynamicArray<unsigned int>& table, uint32_t start, uint32_t limit) {
+    std::vector<uint32_t> chain;
+    for (TOVStSectorChain walk(table, start, limit, Policy::CutAtRepeat); !walk.atEnd(); walk.advance())
+        chain.push_back(walk.sector());
     return chain;
 }

@@ -1,8 +1,9 @@
 #include "TOVStStorageFileInfo.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
-#include <unordered_set>
+#include <unordered_map>
 #include <vector>
 
 #include "TOVStFileRead.h"
@@ -10,7 +11,28 @@
 #include "TOVStStorageConstants.h"
 #include "TOVXMemoryManager.h"
 
+// Resource bounds of an image. Opening a file of N bytes reads each table sector from the
+// file once and walks each chain once, so it takes time O(N) beside a fixed amount, and it
+// allocates at most a small constant times N beside a fixed amount:
+//  - a FAT chain (directory, mini FAT, mini stream, a stream) visits at most the file's
+//    sector count, and a mini chain at most the file's size in mini sectors;
+//  - the DIFAT walk visits at most difatSectorBound() sectors, whatever the header claims, so
+//    the FAT holds at most (header list + that many DIFAT sectors' words) sectors: about 17 MB
+//    with 512-byte sectors and 8 MB with 4096-byte ones, however small the file;
+//  - nothing is reserved for a size, count or offset beyond what the file can back: the mini
+//    stream at most the file's sectors, a stream at most the bytes its chain reaches.
+
 namespace {
+
+// A DIFAT never needs more sectors than it takes to list, on its own, a FAT for every sector
+// below the 2 GiB position limit: 259 with 512-byte sectors, 1 with 4096-byte ones.
+constexpr uint32_t difatSectorBound(uint32_t sectorSize) {
+    const uint32_t entries = sectorSize / 4;
+    const uint32_t reachableSectors = kLargestPosition / sectorSize;  // sector n lies at (n + 1) sectors
+    const uint32_t fatSectors = (reachableSectors + entries - 1) / entries;
+    return (fatSectors + entries - 2) / (entries - 1);  // every DIFAT sector but the last links on in its last word
+}
+static_assert(difatSectorBound(512) == 259 && difatSectorBound(4096) == 1, "DIFAT bound");
 
 uint32_t fileSizeOf(FILE* stream) {
     if (std::fseek(stream, 0, SEEK_END) != 0) return 0;
@@ -21,6 +43,15 @@ uint32_t fileSizeOf(FILE* stream) {
 }
 
 }  // namespace
+
+// Table sectors by file position, so that a sector that the tables name again (a header whose
+// unused FAT-list words are 0 names sector 0 up to 900 times) is read from the file once.
+struct TOVStStorageFileInfo::LoadCache {
+    explicit LoadCache(uint32_t size) : sectorSize(size), zeros(size, 0) {}
+    uint32_t sectorSize;
+    std::unordered_map<uint32_t, std::vector<unsigned char>> sectors;  // by file position
+    std::vector<unsigned char> zeros;  // every sector wholly past the file's end
+};
 
 // ---- construction and copies ----------------------------------------------------------
 
@@ -38,12 +69,17 @@ TOVStStorageFileInfo::TOVStStorageFileInfo(const TOVXFilePath& path) {
     if (stream == nullptr) return;
     if (checkHeader()) {
         const uint32_t size = sectorSize();
-        fileSectors = fileBytes > size ? (fileBytes - size + size - 1) / size : 0;
+        // Every walk visits at least its start sector, even in a file that ends inside the header.
+        fileSectors = std::max<uint32_t>(1, fileBytes > size ? (fileBytes - size + size - 1) / size : 0);
+        fileMiniSectors = std::max<uint32_t>(1, fileBytes >> header.miniSectorShift);
+        LoadCache cache(size);
+        loadCache = &cache;
         readDifSector(stream);
         readFatSector(stream);
         readMiniFatSector(stream);
         readDirectorySector(stream);
         setMiniStreamData(stream);
+        loadCache = nullptr;
         valid = true;
     }
     std::fclose(stream);
@@ -73,6 +109,7 @@ void TOVStStorageFileInfo::copyFrom(const TOVStStorageFileInfo& other) {
     littleEndian = other.littleEndian;
     fileBytes = other.fileBytes;
     fileSectors = other.fileSectors;
+    fileMiniSectors = other.fileMiniSectors;
 }
 
 // ---- header ---------------------------------------------------------------------------
@@ -142,42 +179,53 @@ uint32_t TOVStStorageFileInfo::getEquivalentMiniFatBytePos(unsigned int miniSect
 
 uint32_t TOVStStorageFileInfo::readWord(const unsigned char* bytes) const { return decode32(bytes, littleEndian); }
 
-// Reads one whole sector of table words and appends them; what the file lacks reads as zeros.
+void TOVStStorageFileInfo::readSector(FILE* stream, uint32_t sector, uint32_t count, unsigned char* destination) const {
+    if (count == 0 || count > kLargestPosition || destination == nullptr) return;
+    const uint32_t position = getEquivalentFatBytePos(sector);
+    // Sectors at or running on past the position limit cannot be reached: they read as zeros.
+    const uint32_t reachable = position > kLargestPosition ? 0 : std::min(count, kLargestPosition - position + 1);
+    if (reachable < count) std::memset(destination + reachable, 0, count - reachable);
+    if (reachable == 0) return;
+    seekFile(stream, position);
+    readFileBytes(stream, static_cast<int>(reachable), destination);  // what the file lacks reads as zeros
+}
+
+// The bytes of a table sector, read from the file the first time only.
+const unsigned char* TOVStStorageFileInfo::tableSector(FILE* stream, uint32_t sector) {
+    const uint32_t position = getEquivalentFatBytePos(sector);
+    if (position > kLargestPosition || position >= fileBytes) return loadCache->zeros.data();
+    std::vector<unsigned char>& bytes = loadCache->sectors[position];
+    if (bytes.empty()) {
+        bytes.resize(loadCache->sectorSize);
+        readSector(stream, sector, loadCache->sectorSize, bytes.data());
+    }
+    return bytes.data();
+}
+
+// Appends the words of one whole table sector.
 void TOVStStorageFileInfo::appendTableSector(FILE* stream, uint32_t sector, TOVXDynamicArray<unsigned int>& table) {
-    const uint32_t size = sectorSize();
-    unsigned char bytes[4096];
+    const uint32_t entries = loadCache->sectorSize / 4;
+    const unsigned char* bytes = tableSector(stream, sector);
     unsigned int words[1024];
-    seekFile(stream, getEquivalentFatBytePos(sector));
-    readFileBytes(stream, static_cast<int>(size), bytes);
-    for (uint32_t i = 0; i < size / 4; ++i) words[i] = readWord(&bytes[i * 4]);
-    table.AddRun(words, static_cast<int>(size / 4));
+    for (uint32_t i = 0; i < entries; ++i) words[i] = readWord(&bytes[i * 4]);
+    table.AddRun(words, static_cast<int>(entries));
 }
 
 // ---- allocation tables ----------------------------------------------------------------
 
+// The count alone ends the walk, up to the bound above; links are followed whatever their value.
 void TOVStStorageFileInfo::readDifSector(FILE* stream) {
     if (header.firstDifSector == ENDOFCHAIN) return;
     const uint32_t entries = sectorSize() / 4;
-    // More DIFAT sectors than the file holds cannot exist; the walk also ends at a link that
-    // is a special value, leads outside the file, or comes back to a DIFAT sector already read.
-    uint32_t count = header.difSectorCount < fileSectors ? header.difSectorCount : fileSectors;
-    std::unordered_set<uint32_t> visited;
-    uint32_t current = header.firstDifSector;
-    std::vector<unsigned char> bytes(sectorSize());
-    for (uint32_t index = 0; index < count; ++index) {
-        if (current >= fileSectors || !visited.insert(current).second) break;
-        seekFile(stream, getEquivalentFatBytePos(current));
-        readFileBytes(stream, static_cast<int>(bytes.size()), bytes.data());
-        const bool last = index + 1 == count;
-        // The last word of every DIFAT sector but the last is the link to the next one.
-        const uint32_t kept = last ? entries : entries - 1;
-        for (uint32_t i = 0; i < kept; ++i) {
-            const unsigned int word = readWord(&bytes[i * 4]);
-            difSectors.Add(word);
-        }
-        if (last) break;
-        current = readWord(&bytes[(entries - 1) * 4]);
-        if (isSpecialSector(current)) break;
+    const uint32_t count = std::min(header.difSectorCount, difatSectorBound(sectorSize()));
+    difSectors.Reserve(static_cast<int>(count * entries));
+    for (TOVStSectorChain chain(header.firstDifSector, count); !chain.atEnd();) {
+        const unsigned char* bytes = tableSector(stream, chain.sector());
+        // The last word of every DIFAT sector but the last by count links to the next one;
+        // the last sector's last word is an entry like the others.
+        const uint32_t kept = chain.hasNext() ? entries - 1 : entries;
+        for (uint32_t i = 0; i < kept; ++i) difSectors.Add(readWord(&bytes[i * 4]));
+        chain.advanceTo(readWord(&bytes[(entries - 1) * 4]));
     }
 }
 
@@ -191,36 +239,33 @@ void TOVStStorageFileInfo::readFatSector(FILE* stream) {
     if (header.headerFatSectors != nullptr)
         for (uint32_t i = 0; i < headerEntries; ++i)
             if (listed(header.headerFatSectors[i])) order.push_back(header.headerFatSectors[i]);
-    // A file cannot hold more FAT sectors than sectors: DIFAT-listed ones beyond that are not read.
-    uint32_t budget = fileSectors;
-    for (const unsigned int sector : difSectors) {
-        if (!listed(sector)) continue;
-        if (budget-- == 0) break;
-        order.push_back(sector);
-    }
+    for (const unsigned int sector : difSectors)
+        if (listed(sector)) order.push_back(sector);
     fatSectors.Reserve(static_cast<int>(order.size() * entries));
+    loadCache->sectors.reserve(std::min<size_t>(order.size(), fileSectors + 1));
     for (const uint32_t sector : order) appendTableSector(stream, sector, fatSectors);
 }
 
 void TOVStStorageFileInfo::readMiniFatSector(FILE* stream) {
     if (header.firstMiniFatSector == ENDOFCHAIN) return;
-    const std::vector<uint32_t> chain = TOVStSectorChain::follow(fatSectors, header.firstMiniFatSector, fileSectors > 0 ? fileSectors : 1);
-    for (const uint32_t sector : chain) appendTableSector(stream, sector, miniFatSectors);
+    for (const uint32_t sector : TOVStSectorChain::follow(fatSectors, header.firstMiniFatSector, fileSectors))
+        appendTableSector(stream, sector, miniFatSectors);
 }
 
 // ---- directory and mini stream --------------------------------------------------------
 
 void TOVStStorageFileInfo::readDirectorySector(FILE* stream) {
-    const uint32_t slots = sectorSize() / kDirEntrySize;
+    const uint32_t size = sectorSize();
+    const uint32_t slots = size / kDirEntrySize;
     // The chain alone ends the directory; the header's directory sector count plays no part.
-    const std::vector<uint32_t> chain =
-        TOVStSectorChain::follow(fatSectors, header.firstDirectorySector, fileSectors > 0 ? fileSectors : 1);
+    const std::vector<uint32_t> chain = TOVStSectorChain::follow(fatSectors, header.firstDirectorySector, fileSectors);
     dirEntries.Reserve(static_cast<int>(chain.size() * slots));
+    std::vector<unsigned char> bytes(size);
     for (const uint32_t sector : chain) {
-        seekFile(stream, getEquivalentFatBytePos(sector));
+        readSector(stream, sector, size, bytes.data());
         for (uint32_t slot = 0; slot < slots; ++slot) {
             TOVStStorageDirEntry entry;
-            readDirEntry(stream, entry);
+            parseDirEntry(&bytes[slot * kDirEntrySize], entry);
             dirEntries.Add(entry);
         }
     }
@@ -229,6 +274,10 @@ void TOVStStorageFileInfo::readDirectorySector(FILE* stream) {
 void TOVStStorageFileInfo::readDirEntry(FILE* stream, TOVStStorageDirEntry& entry) {
     unsigned char slot[kDirEntrySize];
     readFileBytes(stream, sizeof slot, slot);
+    parseDirEntry(slot, entry);
+}
+
+void TOVStStorageFileInfo::parseDirEntry(const unsigned char* slot, TOVStStorageDirEntry& entry) const {
     const auto word16 = [&](unsigned offset) { return decode16(&slot[offset], littleEndian); };
     const auto word32 = [&](unsigned offset) { return decode32(&slot[offset], littleEndian); };
     // The name and class id are taken as stored, whatever the byte order.
@@ -266,21 +315,18 @@ uint32_t TOVStStorageFileInfo::getMiniStreamStartSect() const {
 
 void TOVStStorageFileInfo::setMiniStreamData(FILE* stream) {
     const uint32_t start = getMiniStreamStartSect();
-    // A declared length beyond what the file's sectors can hold is cut to that.
-    const uint64_t fileCapacity = static_cast<uint64_t>(fileSectors) * sectorSize();
-    uint32_t length = getMiniStreamLength();
-    if (length > fileCapacity) length = static_cast<uint32_t>(fileCapacity);
-    if (length > kLargestPosition) length = kLargestPosition;
+    const uint32_t size = sectorSize();
+    // A declared length beyond what the file's sectors can hold, or beyond 2 GiB, is cut to that.
+    const uint64_t capacity = std::min<uint64_t>(uint64_t(fileSectors) * size, kLargestPosition);
+    const uint32_t length = static_cast<uint32_t>(std::min<uint64_t>(getMiniStreamLength(), capacity));
     miniStream.Reserve(static_cast<int>(length));
     if (start == ENDOFCHAIN || length == 0) return;
-    const uint32_t size = sectorSize();
     std::vector<unsigned char> buffer(size);
-    for (const uint32_t sector : TOVStSectorChain::follow(fatSectors, start, fileSectors > 0 ? fileSectors : 1)) {
+    for (const uint32_t sector : TOVStSectorChain::follow(fatSectors, start, fileSectors)) {
         const uint32_t soFar = static_cast<uint32_t>(miniStream.Count());
         if (soFar >= length) break;  // further sectors of the chain would add nothing
-        const uint32_t n = length - soFar < size ? length - soFar : size;
-        seekFile(stream, getEquivalentFatBytePos(sector));
-        readFileBytes(stream, static_cast<int>(n), buffer.data());
+        const uint32_t n = std::min(length - soFar, size);
+        readSector(stream, sector, n, buffer.data());
         addBytesToMiniBuffer(buffer.data(), static_cast<int>(n));
     }
 }

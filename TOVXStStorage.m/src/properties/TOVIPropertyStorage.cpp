@@ -1,5 +1,6 @@
 #include "TOVIPropertyStorage.h"
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
@@ -23,6 +24,16 @@ enum TypeCode : uint32_t {
     kUI1 = 17, kUI2 = 18, kUI4 = 19, kI8 = 20, kUI8 = 21, kLpstr = 30, kLpwstr = 31,
     kFiletime = 64, kClsid = 72,
 };
+
+// What one stream may cost to parse, whatever it claims: a small multiple of its size.
+// Producers read each string and each dictionary once; only a crafted stream points many
+// table entries at one long text or one large dictionary, which would cost the square of
+// its size. Past these budgets, further strings read empty and further dictionaries are
+// not read.
+constexpr uint64_t kTextBudgetPerByte = 16;
+constexpr uint64_t kTextBudgetFixed = 65536;
+constexpr uint64_t kDictionaryReadsPerEntry = 4;
+constexpr uint64_t kDictionaryEntriesFixed = 4096;
 
 // A value's text is made in a field of 260 characters, terminator included: longer text is cut.
 constexpr size_t kFormatField = 260;
@@ -66,10 +77,9 @@ TOVIPropertyStorage::TOVIPropertyStorage()
       firstSectionStart(nullptr),
       firstSectionSize(0),
       firstPropertyCount(0),
-      displayNames(12),
+      dictionaryBudget(0),
       codePage(0),
       localeId(0),
-      propertyPositions(12),
       sectionCodePage(-1),
       textBudget(0) {}
 
@@ -85,9 +95,10 @@ TOVIPropertyStorage::~TOVIPropertyStorage() {
 bool TOVIPropertyStorage::InitializeFromBuffer(const unsigned char* streamBytes, int size) {
     buffer = streamBytes;
     bufferSize = size;
-    // Producers read each string once. Only a crafted stream points many entries at one long
-    // text, which would cost the square of its size: past this much copied text, strings read empty.
-    textBudget = 16ull * static_cast<uint32_t>(size) + 65536u;
+    textBudget = kTextBudgetPerByte * static_cast<uint32_t>(size) + kTextBudgetFixed;
+    // Each dictionary entry takes at least eight bytes of the stream; dictionaries at different
+    // places may overlap, so the entries read in all are bounded by a multiple of that.
+    dictionaryBudget = kDictionaryReadsPerEntry * (static_cast<uint32_t>(size) / 8u) + kDictionaryEntriesFixed;
     Cursor cursor = buffer;
     byteOrder = ReadUnsignedShort(cursor);
     if (byteOrder != kByteOrderMark) return false;  // there is no big-endian reading
@@ -393,13 +404,15 @@ bool TOVIPropertyStorage::readValueText(uint32_t typeCode, Cursor& value, uint32
 
 // Names are wide while the code page is 0 or 1200, narrow and unaligned under any other.
 void TOVIPropertyStorage::readDictionary(Cursor& cursor) {
+    // A dictionary read before adds nothing: every id it names has its first name already.
+    if (cursor == nullptr || !dictionariesRead.insert(cursor).second) return;
     const uint32_t count = ReadUnsignedInt(cursor);
     const bool wide = codePage == 0 || codePage == kCodePageUtf16;
-    for (uint32_t i = 0; i < count; ++i) {
+    for (uint32_t i = 0; i < count && dictionaryBudget > 0; ++i, --dictionaryBudget) {
         const Cursor before = cursor;
         const uint32_t id = ReadUnsignedInt(cursor);
         const TOVXString name = wide ? ReadUTF16String(cursor, true, false) : ReadMBCSString(cursor, false);
-        displayNames.AddEntry(id, name);  // an id keeps its first name
+        displayNames.emplace_back(id, name);  // an id keeps its first name: see MergeDisplayNames
         // An entry past the end leaves the cursor in place; every later one would be the same.
         if (cursor == before) break;
     }
@@ -409,35 +422,39 @@ void TOVIPropertyStorage::AddOrUpdateProperty(TOVXProperty* property) {
     if (property == nullptr) return;
     const uint32_t id = property->GetID();
     const TOVXPropertyHandle handle(property);
-    const int slot = propertyPositions.Find(&id);
-    if (slot >= 0) {
+    const auto known = propertyPositions.find(id);
+    if (known != propertyPositions.end()) {
         // A later property with the same id takes the earlier one's place.
-        TOVXPropertyHandle* earlier = properties.MutableAt(*propertyPositions.values.At(slot));
+        TOVXPropertyHandle* earlier = properties.MutableAt(known->second);
         if (earlier != nullptr) *earlier = handle;
         return;
     }
-    propertyPositions.AddEntry(id, properties.Count());
+    propertyPositions.emplace(id, properties.Count());
     properties.Add(handle);
 }
 
 void TOVIPropertyStorage::MergeDisplayNames() {
-    if (displayNames.entryCount == 0) return;
+    if (displayNames.empty()) return;
+    // Stable, so that of several names for one id the first read comes first.
+    std::stable_sort(displayNames.begin(), displayNames.end(),
+                     [](const auto& left, const auto& right) { return left.first < right.first; });
     const int count = properties.Count();
     for (int i = 0; i < count; ++i) {
         const TOVXPropertyHandle old = *properties.At(i);
         if (!old.IsValid()) continue;
         const uint32_t id = old->GetID();
-        const int slot = displayNames.Find(&id);
-        if (slot < 0) continue;
+        const auto named = std::lower_bound(displayNames.begin(), displayNames.end(), id,
+                                            [](const auto& entry, uint32_t wanted) { return entry.first < wanted; });
+        if (named == displayNames.end() || named->first != id) continue;
         TOVXString name;
         TOVXString value;
         int type = 0;
         old->GetData(name, value, type);
         // A property gets its name at construction, so a named property is a new one.
-        TOVXProperty* named = tovxNew<TOVXProperty>(*displayNames.values.At(slot), static_cast<ValueType>(type), value);
-        if (named == nullptr) continue;
-        named->SetID(id);
-        const TOVXPropertyHandle namedHandle(named);  // owns the new property even when no slot can take it
+        TOVXProperty* renamed = tovxNew<TOVXProperty>(named->second, static_cast<ValueType>(type), value);
+        if (renamed == nullptr) continue;
+        renamed->SetID(id);
+        const TOVXPropertyHandle namedHandle(renamed);  // owns the new property even when no slot can take it
         TOVXPropertyHandle* slotOfOld = properties.MutableAt(i);
         if (slotOfOld != nullptr) *slotOfOld = namedHandle;
     }

@@ -5,7 +5,6 @@
 #include <unordered_set>
 #include <vector>
 
-#include "TOVStFileRead.h"
 #include "TOVStSectorChain.h"
 #include "TOVStStorageConstants.h"
 #include "TOVXMemoryManager.h"
@@ -233,19 +232,25 @@ int TOVIStorage::openStream(const TOVXString& name, TOVIStream** ppStream) {
     return getStreamFromFat(entry, ppStream);
 }
 
-// Reads the stream's sectors from the file, each run of adjacent sectors in one read. A chain
-// that loops, leaves the table or outlasts the file ends there (see TOVStSectorChain); a start
-// sector outside the FAT, a special value among them, gives no bytes.
+namespace {
+// Adjacent sectors are read together, up to this many bytes at a time.
+constexpr uint32_t kLargestRun = 256 * 1024;
+}  // namespace
+
+// Reads the stream's sectors from the file, each run of adjacent sectors in one read. The walk
+// follows TOVStSectorChain's FAT chain rules: a start sector or link past the FAT is read and is
+// the last; a start sector that is a special value names no sector and gives no bytes.
 int TOVIStorage::getStreamFromFat(const TOVStStorageDirEntry& entry, TOVIStream** ppStream) {
     if (stStorageFileInfo == nullptr || ppStream == nullptr) return -1;
     FILE* file = stStorageFileInfo->GetFilePath().OpenFile("rb");
     if (file == nullptr) return -1;
+    const TOVStStorageFileInfo& image = *stStorageFileInfo;
     const uint32_t size = entry.getSize();
-    const uint32_t sectorSize = stStorageFileInfo->sectorSize();
-    const uint32_t fileSectors = stStorageFileInfo->fileSectorCount();
+    const uint32_t sectorSize = image.sectorSize();
     std::vector<uint32_t> chain;
-    if (entry.getStartSect() < static_cast<uint32_t>(stStorageFileInfo->fatTable().Count()))
-        chain = TOVStSectorChain::follow(stStorageFileInfo->fatTable(), entry.getStartSect(), fileSectors > 0 ? fileSectors : 1);
+    if (!isSpecialSector(entry.getStartSect()))
+        chain = TOVStSectorChain::follow(image.fatTable(), entry.getStartSect(), image.fileSectorCount());
+    // Room for what the chain can deliver, never for a size that the file cannot back.
     const uint64_t reachable = static_cast<uint64_t>(chain.size()) * sectorSize;
     TOVIStream* stream = tovxNew<TOVIStream>(static_cast<uint32_t>(std::min<uint64_t>(size, reachable)));
     *ppStream = stream;
@@ -257,19 +262,17 @@ int TOVIStorage::getStreamFromFat(const TOVStStorageDirEntry& entry, TOVIStream*
     uint32_t total = 0;
     size_t i = 0;
     while (i < chain.size() && total < size) {
-        // Gather a run of sectors that lie one behind the other in the file.
-        const uint32_t position = stStorageFileInfo->getEquivalentFatBytePos(chain[i]);
-        uint64_t runBytes = sectorSize;
+        const uint64_t position = image.getEquivalentFatBytePos(chain[i]);
+        uint32_t runBytes = sectorSize;
         size_t next = i + 1;
-        while (next < chain.size() && runBytes < size - total &&
-               stStorageFileInfo->getEquivalentFatBytePos(chain[next]) == position + runBytes) {
+        while (next < chain.size() && runBytes < size - total && runBytes + sectorSize <= kLargestRun &&
+               image.getEquivalentFatBytePos(chain[next]) == position + runBytes) {
             runBytes += sectorSize;
             ++next;
         }
-        const uint32_t count = static_cast<uint32_t>(std::min<uint64_t>(runBytes, size - total));
+        const uint32_t count = std::min(runBytes, size - total);
         buffer.resize(count);
-        seekFile(file, position);
-        readFileBytes(file, static_cast<int>(count), buffer.data());
+        image.readSector(file, chain[i], count, buffer.data());
         uint32_t written = 0;
         stream->Write(buffer.data(), count, &written);
         total += written;
@@ -282,18 +285,18 @@ int TOVIStorage::getStreamFromFat(const TOVStStorageDirEntry& entry, TOVIStream*
 
 // Copies the stream's mini sectors out of the mini stream held in memory. Bytes of a mini
 // sector that lie past the mini stream's end read as zeros, as a file read past its end does.
+// A mini chain that loops is walked again until the size is used up; the file's size in mini
+// sectors bounds the walk, which then ends like a chain that ends early (result 0).
 int TOVIStorage::getStreamFromMiniFat(const TOVStStorageDirEntry& entry, TOVIStream** ppStream) {
     if (stStorageFileInfo == nullptr || ppStream == nullptr) return -1;
+    const TOVStStorageFileInfo& image = *stStorageFileInfo;
     const uint32_t size = entry.getSize();
-    const TOVXDynamicArray<unsigned int>& miniFat = stStorageFileInfo->miniFatTable();
-    const TOVXDynamicArray<unsigned char>& miniStream = stStorageFileInfo->miniStreamBytes();
-    const uint32_t miniFatCount = static_cast<uint32_t>(miniFat.Count());
+    const TOVXDynamicArray<unsigned char>& miniStream = image.miniStreamBytes();
     const uint32_t miniStreamLength = static_cast<uint32_t>(miniStream.Count());
-    const uint32_t miniSectorSize = stStorageFileInfo->getEquivalentMiniFatBytePos(1) - stStorageFileInfo->getEquivalentMiniFatBytePos(0);
-    // A chain that loops repeats until the size is used up, but never visits more mini
-    // sectors than the mini stream holds.
-    const uint32_t visitLimit = miniSectorSize == 0 ? 1 : miniStreamLength / miniSectorSize + 1;
-    TOVIStream* stream = tovxNew<TOVIStream>(std::min(size, visitLimit * std::max<uint32_t>(miniSectorSize, 1)));
+    const uint32_t miniSectorSize = image.getEquivalentMiniFatBytePos(1) - image.getEquivalentMiniFatBytePos(0);
+    const uint32_t bound = image.fileMiniSectorCount();
+    const uint64_t reachable = static_cast<uint64_t>(bound) * miniSectorSize;
+    TOVIStream* stream = tovxNew<TOVIStream>(static_cast<uint32_t>(std::min<uint64_t>(size, reachable)));
     *ppStream = stream;
     if (stream == nullptr) return -1;
     if (isSpecialSector(entry.getStartSect()) || miniSectorSize == 0) {
@@ -302,20 +305,22 @@ int TOVIStorage::getStreamFromMiniFat(const TOVStStorageDirEntry& entry, TOVIStr
     }
     std::vector<unsigned char> buffer(miniSectorSize);
     uint32_t total = 0;
-    uint32_t current = entry.getStartSect();
-    for (uint32_t visits = 0; visits < visitLimit; ++visits) {
-        const uint32_t next = current < miniFatCount ? *miniFat.At(static_cast<int>(current)) : ENDOFCHAIN;
+    using Policy = TOVStSectorChain::Policy;
+    for (TOVStSectorChain chain(image.miniFatTable(), entry.getStartSect(), bound, Policy::RepeatUntilSizeUsed);
+         !chain.atEnd(); chain.advance()) {
         const uint32_t count = std::min(miniSectorSize, size - total);
-        if (count == 0) return -1;  // the chain outlasts the size: the partial stream stays with the caller
-        const uint32_t position = stStorageFileInfo->getEquivalentMiniFatBytePos(current);
+        const uint32_t position = image.getEquivalentMiniFatBytePos(chain.sector());
         const uint32_t present = position < miniStreamLength ? std::min(count, miniStreamLength - position) : 0;
         std::memset(buffer.data(), 0, count);
         if (present > 0) std::memcpy(buffer.data(), miniStream.First() + position, present);
         uint32_t written = 0;
         stream->Write(buffer.data(), count, &written);
         total += written;
-        if (isSpecialSector(next)) break;
-        current = next;
+        if (total < size) continue;
+        // A chain that goes on once the size is used up gives -1, and the stream, without its
+        // entry, stays with the caller.
+        if (chain.hasNext()) return -1;
+        break;
     }
     stream->setDirEntry(entry);
     return 0;

@@ -2,13 +2,12 @@
 
 #include <cstring>
 
-namespace {
-// Reserving is a hint; a size a file cannot back is not reserved up front (appending still works).
-constexpr uint32_t kLargestReserve = 0x7FFFFFFFu;
-}  // namespace
+#include "TOVStFileRead.h"
 
+// No byte of a stream lies at or past the 2 GiB position limit: larger sizes are not reserved,
+// and reserving is a hint anyway (appending still works).
 TOVIStream::TOVIStream(uint32_t size) : position(0) {
-    if (size <= kLargestReserve) bytes.Reserve(static_cast<int>(size));
+    if (size <= kLargestPosition) bytes.Reserve(static_cast<int>(size));
 }
 
 TOVIStream::TOVIStream(const TOVIStream& other) : bytes(other.bytes), position(other.position), dirEntry(other.dirEntry) {}
@@ -32,7 +31,7 @@ int TOVIStream::Read(void* buffer, uint32_t count, uint32_t* outCount) {
 int TOVIStream::Write(const void* buffer, uint32_t count, uint32_t* outCount) {
     const uint32_t before = length();
     // Appends at the end whatever the position; the position does not move.
-    if (count > 0 && buffer != nullptr && count <= kLargestReserve)
+    if (count > 0 && buffer != nullptr && count <= kLargestPosition)
         bytes.AddRun(static_cast<const unsigned char*>(buffer), static_cast<int>(count));
     if (outCount != nullptr) *outCount = length() - before;
     return 0;

@@ -1,10 +1,13 @@
 // Opens a compound file through the installed headers and library, lists the root's
-// children and reads the first stream of non-zero size. Exit 0 when all of that works.
-// The package puts include/TOVXStStorage on the include path.
+// children and reads the first stream of non-zero size, and lists the children once more
+// through the host stack. Exit 0 when all of that works and both lists are as long.
+// The package puts include/TOVXStStorage and include/TOVXStStorage/host on the include path.
 #include <TOVIStorage.h>
 #include <TOVXMemoryManager.h>
 
 #include <cstdio>
+
+int hostChildCount(const char* path);  // host.cpp
 
 int main(int argc, char** argv) {
     if (argc != 2) {
@@ -29,6 +32,11 @@ int main(int argc, char** argv) {
             result = 0;
         }
         tovxDelete(stream);
+    }
+    const int hostCount = hostChildCount(argv[1]);
+    if (hostCount != children.Count()) {
+        std::fprintf(stderr, "consumer: %d children through the host stack, %d natively\n", hostCount, children.Count());
+        result = 1;
     }
     tovxDelete(root);
     return result;

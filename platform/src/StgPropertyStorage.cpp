@@ -1,0 +1,122 @@
+#include "StgPropertyStorage.h"
+
+#include "StgCodePage.h"
+#include "StgPropertyEnumerator.h"
+#include "StgText.h"
+
+#include <cstring>
+
+namespace tovxstg {
+
+StgPropertyStorage::StgPropertyStorage(StgStorage* storage, std::shared_ptr<const StgPropertySetStream> stream,
+                                       size_t section, const FMTID& fmtid, const StgDirectoryEntry& streamEntry,
+                                       DWORD)
+    : storage_(storage),
+      stream_(std::move(stream)),
+      section_(section),
+      stat_(statOf(*stream_, section, fmtid, streamEntry)) {}
+
+STATPROPSETSTG StgPropertyStorage::statOf(const StgPropertySetStream& stream, size_t section, const FMTID& fmtid,
+                                          const StgDirectoryEntry& streamEntry) {
+    STATPROPSETSTG stat;
+    std::memset(&stat, 0, sizeof stat);
+    stat.fmtid = fmtid;
+    stat.clsid = stream.clsid();
+    stat.grfFlags = stream.sections()[section].codePage == kCodePageUnicode ? PROPSETFLAG_DEFAULT : PROPSETFLAG_ANSI;
+    stat.mtime = streamEntry.modified;
+    stat.ctime = streamEntry.created;
+    stat.dwOSVersion = stream.osVersion();
+    return stat;
+}
+
+bool StgPropertyStorage::idOf(const PROPSPEC& spec, PROPID& id) const {
+    if (spec.ulKind == PRSPEC_PROPID) {
+        id = spec.propid;
+        return true;
+    }
+    const std::u16string wanted = fromCallerText(spec.lpwstr, SIZE_MAX);
+    for (const auto& name : section().names) {
+        if (compareNames(name.second, wanted) == 0) {  // names match whatever their case
+            id = name.first;
+            return true;
+        }
+    }
+    return false;
+}
+
+HRESULT StgPropertyStorage::ReadMultiple(ULONG cpspec, const PROPSPEC rgpspec[], PROPVARIANT rgpropvar[]) {
+    if (cpspec == 0) return S_FALSE;
+    if (rgpspec == nullptr || rgpropvar == nullptr) return STG_E_INVALIDPOINTER;
+    for (ULONG i = 0; i < cpspec; ++i) {
+        const bool named = rgpspec[i].ulKind == PRSPEC_LPWSTR;
+        if ((!named && rgpspec[i].ulKind != PRSPEC_PROPID) || (named && rgpspec[i].lpwstr == nullptr)) {
+            return STG_E_INVALIDPARAMETER;
+        }
+    }
+    // Any property that is not there reads as VT_EMPTY and makes the answer S_FALSE.
+    bool allFound = true;
+    for (ULONG i = 0; i < cpspec; ++i) {
+        std::memset(&rgpropvar[i], 0, sizeof rgpropvar[i]);
+        PROPID id = 0;
+        if (!idOf(rgpspec[i], id) || !stream_->value(section(), id, rgpropvar[i])) allFound = false;
+    }
+    return allFound ? S_OK : S_FALSE;
+}
+
+HRESULT StgPropertyStorage::ReadPropertyNames(ULONG cpropid, const PROPID rgpropid[], LPOLESTR rglpwstrName[]) {
+    if (cpropid == 0) return S_FALSE;
+    if (rgpropid == nullptr || rglpwstrName == nullptr) return STG_E_INVALIDPOINTER;
+    bool anyFound = false;
+    for (ULONG i = 0; i < cpropid; ++i) {
+        rglpwstrName[i] = nullptr;
+        for (const auto& name : section().names) {
+            if (name.first != rgpropid[i]) continue;
+            rglpwstrName[i] = callerCopy(name.second);
+            if (rglpwstrName[i] == nullptr) {
+                for (ULONG j = 0; j < i; ++j) CoTaskMemFree(rglpwstrName[j]);
+                return E_OUTOFMEMORY;
+            }
+            anyFound = true;
+            break;
+        }
+    }
+    return anyFound ? S_OK : S_FALSE;
+}
+
+HRESULT StgPropertyStorage::Enum(IEnumSTATPROPSTG** ppenum) {
+    if (ppenum == nullptr) return STG_E_INVALIDPOINTER;
+    std::vector<StgPropertyEnumerator::Record> records;
+    for (const StgPropertySection::Property& property : section().properties) {
+        StgPropertyEnumerator::Record record{property.id, property.type, false, {}};
+        for (const auto& name : section().names) {
+            if (name.first != property.id) continue;
+            record.named = true;
+            record.name = name.second;
+            break;
+        }
+        records.push_back(std::move(record));
+    }
+    *ppenum = new StgPropertyEnumerator(this, std::move(records), 0);
+    return S_OK;
+}
+
+HRESULT StgPropertyStorage::Stat(STATPROPSETSTG* pstatpsstg) {
+    if (pstatpsstg == nullptr) return STG_E_INVALIDPOINTER;
+    *pstatpsstg = stat_;
+    return S_OK;
+}
+
+// Nothing is ever pending in a read-only set.
+HRESULT StgPropertyStorage::Commit(DWORD) { return S_OK; }
+HRESULT StgPropertyStorage::Revert() { return S_OK; }
+
+HRESULT StgPropertyStorage::WriteMultiple(ULONG, const PROPSPEC[], const PROPVARIANT[], PROPID) {
+    return STG_E_ACCESSDENIED;
+}
+HRESULT StgPropertyStorage::DeleteMultiple(ULONG, const PROPSPEC[]) { return STG_E_ACCESSDENIED; }
+HRESULT StgPropertyStorage::WritePropertyNames(ULONG, const PROPID[], const LPOLESTR[]) { return STG_E_ACCESSDENIED; }
+HRESULT StgPropertyStorage::DeletePropertyNames(ULONG, const PROPID[]) { return STG_E_ACCESSDENIED; }
+HRESULT StgPropertyStorage::SetTimes(const FILETIME*, const FILETIME*, const FILETIME*) { return STG_E_ACCESSDENIED; }
+HRESULT StgPropertyStorage::SetClass(REFCLSID) { return STG_E_ACCESSDENIED; }
+
+}  // namespace tovxstg
