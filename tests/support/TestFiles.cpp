@@ -172,4 +172,98 @@ int exitStatusOf(const std::string& program, const std::vector<std::string>& arg
 #endif
 }
 
+#ifdef _WIN32
+
+ChildProgram::ChildProgram(const std::string& program, const std::vector<std::string>& arguments) {
+    std::wstring commandLine = quoted(wide(program));
+    for (const std::string& argument : arguments) commandLine += L" " + quoted(wide(argument));
+    SECURITY_ATTRIBUTES inherit = {sizeof inherit, nullptr, TRUE};
+    HANDLE childInput = nullptr, childOutput = nullptr, input = nullptr, output = nullptr;
+    if (!CreatePipe(&childInput, &input, &inherit, 0)) return;
+    if (!CreatePipe(&output, &childOutput, &inherit, 0)) {
+        CloseHandle(childInput);
+        CloseHandle(input);
+        return;
+    }
+    // Only the child's ends go to the child, or its input would never see an end.
+    SetHandleInformation(input, HANDLE_FLAG_INHERIT, 0);
+    SetHandleInformation(output, HANDLE_FLAG_INHERIT, 0);
+    STARTUPINFOW startup = {};
+    startup.cb = sizeof startup;
+    startup.dwFlags = STARTF_USESTDHANDLES;
+    startup.hStdInput = childInput;
+    startup.hStdOutput = childOutput;
+    startup.hStdError = GetStdHandle(STD_ERROR_HANDLE);
+    PROCESS_INFORMATION process = {};
+    const bool started = CreateProcessW(nullptr, &commandLine[0], nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &process) != 0;
+    CloseHandle(childInput);
+    CloseHandle(childOutput);
+    input_ = input;
+    output_ = output;
+    if (!started) return;
+    CloseHandle(process.hThread);
+    process_ = process.hProcess;
+}
+
+ChildProgram::~ChildProgram() {
+    if (input_ != nullptr) CloseHandle(input_);
+    if (process_ != nullptr) {
+        WaitForSingleObject(process_, INFINITE);
+        CloseHandle(process_);
+    }
+    if (output_ != nullptr) CloseHandle(output_);
+}
+
+int ChildProgram::readByte() {
+    unsigned char byte = 0;
+    DWORD got = 0;
+    if (process_ == nullptr || !ReadFile(output_, &byte, 1, &got, nullptr) || got != 1) return -1;
+    return byte;
+}
+
+#else
+
+ChildProgram::ChildProgram(const std::string& program, const std::vector<std::string>& arguments) {
+    int toChild[2], fromChild[2];
+    if (pipe(toChild) != 0) return;
+    if (pipe(fromChild) != 0) {
+        close(toChild[0]);
+        close(toChild[1]);
+        return;
+    }
+    std::vector<std::string> words = {program};
+    words.insert(words.end(), arguments.begin(), arguments.end());
+    std::vector<char*> argv;
+    for (std::string& word : words) argv.push_back(&word[0]);
+    argv.push_back(nullptr);
+    pid_ = fork();
+    if (pid_ == 0) {
+        dup2(toChild[0], 0);
+        dup2(fromChild[1], 1);
+        close(toChild[0]);
+        close(toChild[1]);
+        close(fromChild[0]);
+        close(fromChild[1]);
+        execv(program.c_str(), argv.data());
+        _exit(127);
+    }
+    close(toChild[0]);
+    close(fromChild[1]);
+    input_ = toChild[1];
+    output_ = fromChild[0];
+}
+
+ChildProgram::~ChildProgram() {
+    if (input_ >= 0) close(input_);
+    if (pid_ > 0) waitpid(pid_, nullptr, 0);
+    if (output_ >= 0) close(output_);
+}
+
+int ChildProgram::readByte() {
+    unsigned char byte = 0;
+    return pid_ > 0 && read(output_, &byte, 1) == 1 ? byte : -1;
+}
+
+#endif
+
 }  // namespace tovxtest

@@ -46,6 +46,31 @@ private:
 // it could not be started or did not exit normally.
 int exitStatusOf(const std::string& program, const std::vector<std::string>& arguments);
 
+// Another program, started with `arguments`, whose standard input and output are pipes to
+// this one; its errors go where this program's go. It runs until the object ends, which
+// closes its input and waits for it.
+class ChildProgram {
+public:
+    ChildProgram(const std::string& program, const std::vector<std::string>& arguments);
+    ~ChildProgram();
+    ChildProgram(const ChildProgram&) = delete;
+    ChildProgram& operator=(const ChildProgram&) = delete;
+
+    // The next byte the program writes; -1 when it ends its output or could not be started.
+    int readByte();
+
+private:
+#ifdef _WIN32
+    void* process_ = nullptr;
+    void* input_ = nullptr;
+    void* output_ = nullptr;
+#else
+    int pid_ = -1;
+    int input_ = -1;
+    int output_ = -1;
+#endif
+};
+
 }  // namespace tovxtest
 
 #endif

@@ -98,13 +98,13 @@ TEST(StstgHost, CatWritesTheStreamOrSaysWhyNot) {
 TEST(StstgHost, ExtractKeepsEveryNameInsideTheFolder) {
     const ScratchFile file(sampleFile());
     const fs::path folder = fs::temp_directory_path() / ("ststg-host-" + std::to_string(::getpid()));
-    const Outcome outcome = host({"extract", file.path(), folder.string()});
+    const Outcome outcome = host({"extract", file.path(), folder.u8string()});
     EXPECT_EQ(outcome.code, 0) << outcome.err;
     std::map<std::string, std::string> files;
     for (const auto& item : fs::recursive_directory_iterator(folder))
         if (item.is_regular_file()) {
-            const std::vector<uint8_t> bytes = readWholeFile(item.path().string());
-            files[fs::relative(item.path(), folder).string()] = std::string(bytes.begin(), bytes.end());
+            const std::vector<uint8_t> bytes = readWholeFile(item.path().u8string());
+            files[fs::relative(item.path(), folder).generic_u8string()] = std::string(bytes.begin(), bytes.end());
         }
     fs::remove_all(folder);
     EXPECT_EQ(files["%2E%2E"], "dots");
