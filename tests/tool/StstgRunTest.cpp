@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <map>
 #include <string>
 #include <vector>
@@ -274,7 +275,7 @@ TEST(StstgExtract, ThousandsOfNamesakesClaimTheirNamesInOnePass) {
     for (int i = 0; i < kSiblings; ++i) builder.addStream(CfbBuilder::kRoot, u"x", {});
     ScratchFile file(builder.build());
     ScratchFolder folder;
-    const Outcome outcome = runTool({"extract", file.path(), folder.path.string()});
+    const Outcome outcome = runTool({"extract", file.path(), folder.path.u8string()});
     EXPECT_EQ(outcome.code, 0);
     EXPECT_EQ(filesUnder(folder.path), (std::map<std::string, std::string>{{"x", ""}}));
     std::string warnings;
@@ -302,6 +303,18 @@ TEST(StstgProgram, ExitStatusReachesTheShell) {
     EXPECT_EQ(status({"cat", file.path(), "Outer", "Inner", "Deep"}), 0);
     EXPECT_EQ(status({"cat", file.path(), "Nothing"}), 1);
     EXPECT_EQ(status({"tree"}), 2);
+}
+
+// Windows hands a program its arguments in the machine's code page unless it asks for UTF-16:
+// a path outside that page must reach its file from the command line and from run() alike.
+TEST(StstgProgram, PathsOutsideTheCodePageAreReadAndWritten) {
+    ScratchFolder folder;
+    const fs::path named = folder.path / fs::u8path("\xCE\xB1\xCE\xB2-\xE6\x96\x87.doc");
+    std::ofstream(named, std::ios::binary) << text(sampleFile());
+    EXPECT_EQ(tovxtest::exitStatusOf(STSTG_PATH, {"cat", named.u8string(), "Outer", "Inner", "Deep"}), 0);
+    const fs::path target = folder.path / fs::u8path("\xC3\xBC");
+    runTool({"extract", named.u8string(), target.u8string()});
+    EXPECT_EQ(filesUnder(target)["Outer/Inner/Deep"], "deep bytes");
 }
 
 }  // namespace

@@ -1,10 +1,6 @@
 #include "StstgHost.h"
 
-#include <sys/stat.h>
-
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
 #include <filesystem>
 #include <system_error>
 
@@ -56,12 +52,13 @@ int usageError(const Console& console, const std::string& command, const std::st
 }
 
 OpenedFile::OpenedFile(const std::string& path, const Console& console) {
-    struct stat info;
-    if (::stat(path.c_str(), &info) != 0) {
-        console.fail(path, std::strerror(errno));
+    std::error_code error;
+    const std::filesystem::file_status status = std::filesystem::status(std::filesystem::u8path(path), error);
+    if (error) {
+        console.fail(path, error.message());
         return;
     }
-    if (S_ISDIR(info.st_mode)) {
+    if (std::filesystem::is_directory(status)) {
         console.fail(path, "is a directory");
         return;
     }

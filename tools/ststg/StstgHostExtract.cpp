@@ -54,7 +54,7 @@ public:
 
 private:
     void addFolder(const HostItem& item, Folder& parent) {
-        const fs::path path = parent.path / parent.fileNames.claim(safeFileName(item.path.back()));
+        const fs::path path = parent.path / fs::u8path(parent.fileNames.claim(safeFileName(item.path.back())));
         std::error_code error;
         fs::create_directory(path, error);
         if (error) {
@@ -67,7 +67,7 @@ private:
     }
 
     void addFile(const HostItem& item, Folder& parent) {
-        const fs::path path = parent.path / parent.fileNames.claim(safeFileName(item.path.back()));
+        const fs::path path = parent.path / fs::u8path(parent.fileNames.claim(safeFileName(item.path.back())));
         // A lookup by name finds the earlier namesake: this stream cannot be reached.
         if (!parent.streamNames.insert(folded(item.path.back().ToUtf8())).second) {
             warn(item, "an earlier stream of the same name hides it; not extracted");
@@ -89,7 +89,7 @@ private:
     void warn(const HostItem& item, const std::string& message) { console_.fail(file_, shownPath(item.path) + ": " + message); }
 
     void writeFailure(const fs::path& path, const std::string& message) {
-        console_.fail(path.string(), message);
+        console_.fail(path.u8string(), message);
         failed_ = true;
     }
 
@@ -112,14 +112,14 @@ int extractCommand(const std::vector<std::string>& arguments, const Console& con
     const OpenedFile opened(file, console);
     if (opened.root() == nullptr) return kExitFailure;
 
-    const fs::path target(operands[1]);
+    const fs::path target = fs::u8path(operands[1]);
     std::error_code error;
     fs::create_directories(target, error);
     if (error || !fs::is_directory(target)) {
         console.fail(operands[1], error ? error.message() : "not a directory");
         return kExitFailure;
     }
-    const uint64_t fileBytes = fs::file_size(file, error);
+    const uint64_t fileBytes = fs::file_size(fs::u8path(file), error);
     HostExtractor extractor(file, target, console);
     const bool whole = walkHostTree(opened.root(), error ? 0 : fileBytes, [&](const HostItem& item) { extractor.visit(item); });
     if (!whole) console.fail(file, "more elements than the file can hold; extraction stops");

@@ -60,7 +60,7 @@ int treeCommand(const std::vector<std::string>& arguments, const Console& consol
     if (opened.root() == nullptr) return kExitFailure;
 
     std::error_code ignored;
-    const uint64_t fileBytes = std::filesystem::file_size(file, ignored);
+    const uint64_t fileBytes = std::filesystem::file_size(std::filesystem::u8path(file), ignored);
     if (json) std::fprintf(console.out, "{\"file\": %s, \"entries\": [", jsonString(file).c_str());
     bool first = true;
     const bool whole = walkHostTree(opened.root(), fileBytes, [&](const HostItem& item) {
