@@ -127,7 +127,8 @@ def compare_tree(ststg, path, expected):
         result = host(ststg, "cat", path, *[cat_argument(n) for n in names])
         digest = hashlib.sha256(result.stdout).hexdigest()
         if result.returncode != 0 or digest != sha:
-            problems.append("cat %s: exit %d, sha %s, want %s" % (names, result.returncode, digest, sha))
+            problems.append("cat %s: exit %d, sha %s, want %s %s" % (names, result.returncode, digest, sha,
+                                                                   result.stderr.decode("utf-8", "replace").strip()))
     return problems, streams
 
 
