@@ -14,6 +14,11 @@ cd "$(dirname "$0")/../.."
 for tool in cmake python3 wine wineboot wineserver x86_64-w64-mingw32-g++; do
   command -v "$tool" >/dev/null || { echo "run-under-wine: $tool is missing" >&2; exit 1; }
 done
+# Without its preloader Wine now and then fails to start a program ("failed to map the shared
+# user data"), which the run would take for a failing test.
+if [ ! -e /usr/lib/wine/wine64-preloader ]; then
+  echo "run-under-wine: Wine's preloader (Debian: wine64-preloader) is missing; expect a rare failed start" >&2
+fi
 
 started=$SECONDS
 lap=$SECONDS
