@@ -53,7 +53,12 @@ bool moveToNewBlock(TOVXArrayHeader* header, int capacity) {
     TOVXArrayBlock* fresh = newBlock(capacity, header->elementSize, ops);
     if (fresh == nullptr) return false;
     if (old != nullptr && header->count > 0) {
-        copyElements(ops, elementsOf(fresh), header->data, header->count, header->elementSize);
+        try {
+            copyElements(ops, elementsOf(fresh), header->data, header->count, header->elementSize);
+        } catch (...) {
+            tovxDeallocate(fresh);  // the array keeps its old block
+            throw;
+        }
         if (ops != nullptr && old->holders == 1) ops->destroy(header->data, header->count);
     }
     dropBlock(old);

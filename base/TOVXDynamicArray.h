@@ -20,7 +20,12 @@ public:
     TOVXDynamicArray() : header(allocate(1)) {}
 
     TOVXDynamicArray(int count, const T& value) : header(allocate(count < 1 ? 1 : count)) {
-        for (int i = 0; i < count; ++i) Add(value);
+        try {
+            for (int i = 0; i < count; ++i) Add(value);
+        } catch (...) {
+            tovxArrayFree(header, this);  // no destructor runs for a constructor that throws
+            throw;
+        }
     }
 
     TOVXDynamicArray(const TOVXDynamicArray& other) : TOVXArrayFreeCallback(), header(tovxArrayCopy(other.header)) {}
@@ -65,7 +70,12 @@ public:
         if (tovxArrayAdd(header, const_cast<T*>(&value)) != 0) return;  // out of memory: nothing added
         T* slot = static_cast<T*>(header->data) + (tovxArrayCount(header) - 1);
         if (slot == nullptr) return;
-        new (slot) T(value);
+        try {
+            new (slot) T(value);
+        } catch (...) {
+            --header->count;  // a copy that throws leaves the array as it was
+            throw;
+        }
     }
 
     // Appends `count` plain values with a single copy.
@@ -112,7 +122,13 @@ private:
     static void copyConstruct(void* target, const void* source, int count) {
         T* to = static_cast<T*>(target);
         const T* from = static_cast<const T*>(source);
-        for (int i = 0; i < count; ++i) new (to + i) T(from[i]);
+        int made = 0;
+        try {
+            for (; made < count; ++made) new (to + made) T(from[made]);
+        } catch (...) {
+            destroy(to, made);  // a copy that throws leaves no half-made block behind
+            throw;
+        }
     }
 
     static void destroy(void* elements, int count) {

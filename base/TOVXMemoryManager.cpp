@@ -2,6 +2,15 @@
 
 #include <cstdlib>
 
-void* TOVXMemoryManager::Allocate(unsigned int size) { return std::malloc(size); }
+namespace {
+TOVXMemoryManager::Gate gate = nullptr;
+}  // namespace
+
+void* TOVXMemoryManager::Allocate(unsigned int size) {
+    if (gate != nullptr && !gate()) return nullptr;
+    return std::malloc(size);
+}
 
 void TOVXMemoryManager::Deallocate(void* block) { std::free(block); }
+
+void TOVXMemoryManager::SetGateForTesting(Gate test) { gate = test; }

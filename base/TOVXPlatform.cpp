@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <climits>
 #include <cstdlib>
+#include <memory>
 
 #ifndef _WIN32
 #include <iconv.h>
@@ -226,9 +227,10 @@ bool decodeCodePage(const unsigned char* bytes, size_t count, unsigned int codeP
     if (name == nullptr) return false;
     const iconv_t converter = iconv_open("UTF-16LE", name);
     if (converter == reinterpret_cast<iconv_t>(-1)) return false;  // this C library lacks the page
+    // Closed however the decoding ends, memory running out in it included.
+    const std::unique_ptr<void, int (*)(iconv_t)> closer(converter, &iconv_close);
     std::u16string decoded;
     decodeWith(converter, bytes, length, decoded);
-    iconv_close(converter);
 #endif
     out += decoded;
     return true;

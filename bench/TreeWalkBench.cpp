@@ -81,17 +81,38 @@ void BM_StstgTreeNestedStorages(benchmark::State& state) {
     const int depth = static_cast<int>(state.range(0));
     const ScratchFile& file = nestedStoragesFile(depth);
     for (auto _ : state)
-        if (runQuietly({"tree", file.path()}) != 0) state.SkipWithError("tree failed");
+        if (runQuietly({"--native", "tree", file.path()}) != 0) state.SkipWithError("tree failed");
     state.SetComplexityN(depth);
 }
 BENCHMARK(BM_StstgTreeNestedStorages)->Arg(kEntriesPer128KB)->Arg(4 * kEntriesPer128KB)->Arg(8 * kEntriesPer128KB)->Complexity();
+
+// The same through the host stack over the stand-in, whose walk holds each name once too.
+void BM_StstgHostTreeNestedStorages(benchmark::State& state) {
+    const int depth = static_cast<int>(state.range(0));
+    const ScratchFile& file = nestedStoragesFile(depth);
+    for (auto _ : state)
+        if (runQuietly({"--host", "tree", file.path()}) != 0) state.SkipWithError("tree failed");
+    state.SetComplexityN(depth);
+}
+BENCHMARK(BM_StstgHostTreeNestedStorages)->Arg(kEntriesPer128KB)->Arg(4 * kEntriesPer128KB)->Arg(8 * kEntriesPer128KB)->Complexity();
+
+// The JSON form spells out every entry's whole path: its size, and so its time, grow with the
+// depth times the number of entries.
+void BM_StstgTreeJsonNestedStorages(benchmark::State& state) {
+    const int depth = static_cast<int>(state.range(0));
+    const ScratchFile& file = nestedStoragesFile(depth);
+    for (auto _ : state)
+        if (runQuietly({"tree", "--json", file.path()}) != 0) state.SkipWithError("tree failed");
+    state.SetComplexityN(depth);
+}
+BENCHMARK(BM_StstgTreeJsonNestedStorages)->Arg(kEntriesPer128KB)->Arg(4 * kEntriesPer128KB)->Arg(8 * kEntriesPer128KB)->Complexity();
 
 void BM_StstgExtractNamesakes(benchmark::State& state) {
     const int count = static_cast<int>(state.range(0));
     const ScratchFile& file = namesakesFile(count);
     const std::string target = file.path() + ".out";
     for (auto _ : state)
-        if (runQuietly({"extract", file.path(), target}) != 0) state.SkipWithError("extract failed");
+        if (runQuietly({"--native", "extract", "--force", file.path(), target}) != 0) state.SkipWithError("extract failed");
     std::error_code ignored;
     std::filesystem::remove_all(target, ignored);
     state.SetComplexityN(count);

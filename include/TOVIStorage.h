@@ -47,7 +47,7 @@ private:
     bool searchStream(const TOVXString& name, TOVStStorageDirEntry& entry, bool thisLevelOnly);
     int getStreamFromFat(const TOVStStorageDirEntry& entry, TOVIStream** ppStream);
     int getStreamFromMiniFat(const TOVStStorageDirEntry& entry, TOVIStream** ppStream);
-    void addPropertySet(const TOVXString& name, TOVIPropertySetStorage& container);
+    uint64_t addPropertySet(const TOVXString& name, TOVIPropertySetStorage& container);
 
     // Lookups over the cached child list: for each name the first storage and the first
     // stream by directory index, and the property-set streams in order. Built once from

@@ -57,6 +57,7 @@ public:
     void readSector(FILE* stream, uint32_t sector, uint32_t count, unsigned char* destination) const;
 
 private:
+    bool load(const TOVXFilePath& path, FILE*& stream);
     void setHeader(FILE* stream);
     void readDifSector(FILE* stream);
     void readFatSector(FILE* stream);

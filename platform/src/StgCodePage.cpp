@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <iconv.h>
+#include <memory>
 
 namespace tovxstg {
 
@@ -37,6 +38,8 @@ std::string iconvName(uint16_t codePage) {
 bool decodeWithIconv(const uint8_t* bytes, size_t count, uint16_t codePage, std::u16string& out) {
     iconv_t converter = iconv_open("UTF-16LE", iconvName(codePage).c_str());
     if (converter == reinterpret_cast<iconv_t>(-1)) return false;
+    // Closed however the decoding ends, memory running out in it included.
+    const std::unique_ptr<void, int (*)(iconv_t)> closer(converter, &iconv_close);
     std::string wide(count * 4 + 4, '\0');
     char* in = reinterpret_cast<char*>(const_cast<uint8_t*>(bytes));
     size_t inLeft = count;
@@ -52,7 +55,6 @@ bool decodeWithIconv(const uint8_t* bytes, size_t count, uint16_t codePage, std:
         ++in;
         --inLeft;
     }
-    iconv_close(converter);
     const size_t produced = wide.size() - toLeft;
     out = decodeUtf16(reinterpret_cast<const uint8_t*>(wide.data()), produced);
     return true;

@@ -1,5 +1,7 @@
 #include "StgCompoundFile.h"
 
+#include "StgDirectoryTree.h"
+
 #include <algorithm>
 #include <cstring>
 
@@ -90,6 +92,7 @@ HRESULT StgCompoundFile::load(std::unique_ptr<StgFile> file, std::shared_ptr<con
     if (SUCCEEDED(status)) status = compound->readMiniFat(header);
     if (SUCCEEDED(status)) status = compound->readDirectory(header);
     if (FAILED(status)) return status;
+    compound->children_ = StgDirectoryTree::childrenOfEveryStorage(*compound);
     loaded = std::move(compound);
     return S_OK;
 }

@@ -58,6 +58,8 @@ public:
     size_t entryCount() const { return entries_.size(); }
     const StgDirectoryEntry& entry(uint32_t index) const { return entries_[index]; }
     bool isEntry(uint32_t index) const { return index < entries_.size(); }
+    // The storages and streams under the root or a storage, in name order (StgDirectoryTree).
+    const std::vector<uint32_t>& childrenOf(uint32_t storage) const { return children_[storage]; }
 
     // The sector after `sector` in its chain; ENDOFCHAIN for one outside the table. A walk may
     // take at most fatLength() steps: a longer chain loops.
@@ -91,6 +93,7 @@ private:
     std::vector<uint32_t> fat_;
     std::vector<uint32_t> miniFat_;
     std::vector<StgDirectoryEntry> entries_;
+    std::vector<std::vector<uint32_t>> children_;  // by directory index
 
     mutable std::once_flag miniStreamChainOnce_;
     mutable std::vector<uint32_t> miniStreamChain_;

@@ -1,6 +1,6 @@
 #include "StgDirectoryTree.h"
 
-#include "StgText.h"
+#include "StgCompoundFile.h"
 
 namespace tovxstg {
 
@@ -10,37 +10,36 @@ bool isElement(const StgDirectoryEntry& entry) { return entry.type == kTypeStora
 
 }  // namespace
 
-std::vector<uint32_t> StgDirectoryTree::children(uint32_t storage) const {
-    std::vector<uint32_t> result;
-    std::vector<bool> visited(file_.entryCount());
+std::vector<std::vector<uint32_t>> StgDirectoryTree::childrenOfEveryStorage(const StgCompoundFile& file) {
+    std::vector<std::vector<uint32_t>> children(file.entryCount());
+    if (children.empty()) return children;
+    std::vector<bool> claimed(file.entryCount());  // reached from some storage, or the root
+    claimed[0] = true;
     std::vector<uint32_t> pending;  // the left spine still to be delivered
     auto descendLeft = [&](uint32_t index) {
-        while (file_.isEntry(index) && !visited[index]) {
-            visited[index] = true;
+        while (file.isEntry(index) && !claimed[index]) {
+            claimed[index] = true;
             pending.push_back(index);
-            index = file_.entry(index).left;
+            index = file.entry(index).left;
         }
     };
-    descendLeft(file_.entry(storage).child);
-    while (!pending.empty()) {
-        const uint32_t index = pending.back();
-        pending.pop_back();
-        if (isElement(file_.entry(index))) result.push_back(index);
-        descendLeft(file_.entry(index).right);
+    std::vector<uint32_t> storages{0};  // still to be gone into, the next one last
+    while (!storages.empty()) {
+        const uint32_t storage = storages.back();
+        storages.pop_back();
+        std::vector<uint32_t>& found = children[storage];
+        descendLeft(file.entry(storage).child);
+        while (!pending.empty()) {
+            const uint32_t index = pending.back();
+            pending.pop_back();
+            if (isElement(file.entry(index))) found.push_back(index);
+            descendLeft(file.entry(index).right);
+        }
+        for (auto child = found.rbegin(); child != found.rend(); ++child) {
+            if (file.entry(*child).type == kTypeStorage) storages.push_back(*child);
+        }
     }
-    return result;
-}
-
-uint32_t StgDirectoryTree::find(uint32_t storage, const std::u16string& name) const {
-    uint32_t index = file_.entry(storage).child;
-    // A search visits each level once; a path longer than the directory has entries loops.
-    for (size_t steps = 0; file_.isEntry(index) && steps < file_.entryCount(); ++steps) {
-        const StgDirectoryEntry& entry = file_.entry(index);
-        const int order = compareNames(name, entry.name);
-        if (order == 0) return isElement(entry) ? index : kNoEntry;
-        index = order < 0 ? entry.left : entry.right;
-    }
-    return kNoEntry;
+    return children;
 }
 
 }  // namespace tovxstg

@@ -1,29 +1,25 @@
 #ifndef TOVX_STG_DIRECTORY_TREE_H
 #define TOVX_STG_DIRECTORY_TREE_H
 
-// The children of one storage as the directory holds them: a binary tree of siblings ordered
+// The children of each storage as the directory holds them: a binary tree of siblings ordered
 // by the format's name order, hanging from the storage's child link.
 
-#include "StgCompoundFile.h"
-
+#include <cstdint>
 #include <vector>
 
 namespace tovxstg {
 
+class StgCompoundFile;
+
 class StgDirectoryTree {
 public:
-    explicit StgDirectoryTree(const StgCompoundFile& file) : file_(file) {}
-
-    // The storages and streams under `storage`, in name order (the tree walked in order). Each
-    // entry is visited at most once, so a tree whose links loop or cross ends where it returns.
-    std::vector<uint32_t> children(uint32_t storage) const;
-
-    // The storage or stream under `storage` with this name, in the format's comparison (upper
-    // case, every script), found by a search down the tree; kNoEntry when there is none.
-    uint32_t find(uint32_t storage, const std::u16string& name) const;
-
-private:
-    const StgCompoundFile& file_;
+    // The storages and streams under every storage, in name order (each tree of siblings walked
+    // in order), by the storage's directory index; empty for every other entry. An entry belongs
+    // to the first storage that reaches it, the storages taken depth first from the root in the
+    // order they are listed: a storage that names itself or one above it, an entry that two
+    // storages name, and links that loop or cross cannot make the tree endless or list an entry
+    // twice, so the whole tree costs time and memory in proportion to the directory.
+    static std::vector<std::vector<uint32_t>> childrenOfEveryStorage(const StgCompoundFile& file);
 };
 
 }  // namespace tovxstg

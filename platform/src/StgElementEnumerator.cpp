@@ -39,10 +39,12 @@ HRESULT StgElementEnumerator::Reset() {
     return S_OK;
 }
 
-HRESULT StgElementEnumerator::Clone(IEnumSTATSTG** ppenum) {
+HRESULT StgElementEnumerator::Clone(IEnumSTATSTG** ppenum) try {
     if (ppenum == nullptr) return STG_E_INVALIDPOINTER;
     *ppenum = new StgElementEnumerator(storage_.get(), children_, position_);
     return S_OK;
+} catch (...) {  // memory ran out (TOVXResourceBounds.h)
+    return E_OUTOFMEMORY;
 }
 
 }  // namespace tovxstg

@@ -41,7 +41,7 @@ bool copyContents(int from, int to) {
 
 }  // namespace
 
-BOOL WINAPI CopyFileW(const WCHAR* lpExistingFileName, const WCHAR* lpNewFileName, BOOL bFailIfExists) {
+BOOL WINAPI CopyFileW(const WCHAR* lpExistingFileName, const WCHAR* lpNewFileName, BOOL bFailIfExists) try {
     const std::string source = systemPath(lpExistingFileName);
     const std::string target = systemPath(lpNewFileName);
     if (source.empty() || target.empty()) return FALSE;
@@ -72,9 +72,11 @@ BOOL WINAPI CopyFileW(const WCHAR* lpExistingFileName, const WCHAR* lpNewFileNam
     copied = ::close(to) == 0 && copied;
     ::close(from);
     return copied ? TRUE : FALSE;
+} catch (...) {  // memory ran out (TOVXResourceBounds.h)
+    return FALSE;
 }
 
-DWORD WINAPI GetFileAttributesW(const WCHAR* lpFileName) {
+DWORD WINAPI GetFileAttributesW(const WCHAR* lpFileName) try {
     const std::string path = systemPath(lpFileName);
     struct stat status;
     if (path.empty() || ::stat(path.c_str(), &status) != 0) return INVALID_FILE_ATTRIBUTES;
@@ -82,9 +84,11 @@ DWORD WINAPI GetFileAttributesW(const WCHAR* lpFileName) {
     if (S_ISDIR(status.st_mode)) attributes |= FILE_ATTRIBUTE_DIRECTORY;
     if ((status.st_mode & kWriteBits) == 0) attributes |= FILE_ATTRIBUTE_READONLY;
     return attributes == 0 ? FILE_ATTRIBUTE_NORMAL : attributes;
+} catch (...) {  // memory ran out (TOVXResourceBounds.h)
+    return INVALID_FILE_ATTRIBUTES;
 }
 
-BOOL WINAPI SetFileAttributesW(const WCHAR* lpFileName, DWORD dwFileAttributes) {
+BOOL WINAPI SetFileAttributesW(const WCHAR* lpFileName, DWORD dwFileAttributes) try {
     const std::string path = systemPath(lpFileName);
     struct stat status;
     if (path.empty() || ::stat(path.c_str(), &status) != 0) return FALSE;
@@ -95,4 +99,6 @@ BOOL WINAPI SetFileAttributesW(const WCHAR* lpFileName, DWORD dwFileAttributes) 
         mode |= S_IWUSR;  // writable again, for its owner
     }
     return ::chmod(path.c_str(), mode) == 0 ? TRUE : FALSE;
+} catch (...) {  // memory ran out (TOVXResourceBounds.h)
+    return FALSE;
 }

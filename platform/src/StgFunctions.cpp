@@ -15,7 +15,7 @@ const size_t kMaxPathUnits = 32767;
 }  // namespace
 
 HRESULT WINAPI StgOpenStorage(const WCHAR* pwcsName, IStorage* pstgPriority, DWORD grfMode, SNB snbExclude,
-                              DWORD reserved, IStorage** ppstgOpen) {
+                              DWORD reserved, IStorage** ppstgOpen) try {
     using namespace tovxstg;
     if (ppstgOpen == nullptr) return STG_E_INVALIDPOINTER;
     *ppstgOpen = nullptr;
@@ -32,11 +32,13 @@ HRESULT WINAPI StgOpenStorage(const WCHAR* pwcsName, IStorage* pstgPriority, DWO
     std::shared_ptr<const StgCompoundFile> compound;
     status = StgCompoundFile::load(std::move(file), compound);
     if (FAILED(status)) return status;
-    *ppstgOpen = new StgStorage(std::move(compound), 0, grfMode, nullptr, {}, path);
+    *ppstgOpen = new StgStorage(std::move(compound), 0, grfMode, nullptr, path);
     return S_OK;
+} catch (...) {  // memory ran out (TOVXResourceBounds.h)
+    return STG_E_INSUFFICIENTMEMORY;
 }
 
-HRESULT WINAPI StgIsStorageFile(const WCHAR* pwcsName) {
+HRESULT WINAPI StgIsStorageFile(const WCHAR* pwcsName) try {
     using namespace tovxstg;
     if (pwcsName == nullptr) return STG_E_INVALIDNAME;
     const std::string path = utf16ToUtf8(fromCallerText(pwcsName, kMaxPathUnits));
@@ -47,6 +49,8 @@ HRESULT WINAPI StgIsStorageFile(const WCHAR* pwcsName) {
     if (FAILED(opened)) return opened;
     // Only the signature is looked at, as the platform does.
     return StgCompoundFile::hasSignature(*file) ? S_OK : S_FALSE;
+} catch (...) {  // memory ran out (TOVXResourceBounds.h)
+    return STG_E_INSUFFICIENTMEMORY;
 }
 
 int WINAPI StringFromGUID2(REFGUID rguid, LPOLESTR lpsz, int cchMax) {

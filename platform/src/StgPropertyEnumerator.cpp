@@ -38,10 +38,12 @@ HRESULT StgPropertyEnumerator::Reset() {
     return S_OK;
 }
 
-HRESULT StgPropertyEnumerator::Clone(IEnumSTATPROPSTG** ppenum) {
+HRESULT StgPropertyEnumerator::Clone(IEnumSTATPROPSTG** ppenum) try {
     if (ppenum == nullptr) return STG_E_INVALIDPOINTER;
     *ppenum = new StgPropertyEnumerator(set_.get(), records_, position_);
     return S_OK;
+} catch (...) {  // memory ran out (TOVXResourceBounds.h)
+    return E_OUTOFMEMORY;
 }
 
 }  // namespace tovxstg

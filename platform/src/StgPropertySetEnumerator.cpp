@@ -23,10 +23,12 @@ HRESULT StgPropertySetEnumerator::Reset() {
     return S_OK;
 }
 
-HRESULT StgPropertySetEnumerator::Clone(IEnumSTATPROPSETSTG** ppenum) {
+HRESULT StgPropertySetEnumerator::Clone(IEnumSTATPROPSETSTG** ppenum) try {
     if (ppenum == nullptr) return STG_E_INVALIDPOINTER;
     *ppenum = new StgPropertySetEnumerator(storage_.get(), sets_, position_);
     return S_OK;
+} catch (...) {  // memory ran out (TOVXResourceBounds.h)
+    return E_OUTOFMEMORY;
 }
 
 }  // namespace tovxstg

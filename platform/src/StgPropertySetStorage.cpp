@@ -5,6 +5,7 @@
 #include "StgPropertySetEnumerator.h"
 #include "StgPropertySetStream.h"
 #include "StgPropertyStorage.h"
+#include "TOVXResourceBounds.h"
 
 namespace tovxstg {
 
@@ -22,12 +23,14 @@ size_t sectionOfSet(const StgPropertySetStream& stream, const FMTID& fmtid) {
 
 }  // namespace
 
-HRESULT StgPropertySetStorage::QueryInterface(REFIID riid, void** object) {
+HRESULT StgPropertySetStorage::QueryInterface(REFIID riid, void** object) try {
     if (IsEqualIID(riid, IID_IPropertySetStorage)) return StgComObject<IPropertySetStorage>::QueryInterface(riid, object);
     return storage_->QueryInterface(riid, object);
+} catch (...) {  // memory ran out (TOVXResourceBounds.h)
+    return STG_E_INSUFFICIENTMEMORY;
 }
 
-HRESULT StgPropertySetStorage::Open(REFFMTID rfmtid, DWORD grfMode, IPropertyStorage** ppprstg) {
+HRESULT StgPropertySetStorage::Open(REFFMTID rfmtid, DWORD grfMode, IPropertyStorage** ppprstg) try {
     if (ppprstg == nullptr) return STG_E_INVALIDPOINTER;
     *ppprstg = nullptr;
     HRESULT status = checkChildMode(grfMode);
@@ -41,26 +44,36 @@ HRESULT StgPropertySetStorage::Open(REFFMTID rfmtid, DWORD grfMode, IPropertySto
     if (section >= stream->sections().size()) return STG_E_FILENOTFOUND;
     *ppprstg = new StgPropertyStorage(storage_.get(), stream, section, rfmtid, storage_->file()->entry(entry), grfMode);
     return S_OK;
+} catch (...) {  // memory ran out (TOVXResourceBounds.h)
+    return STG_E_INSUFFICIENTMEMORY;
 }
 
-HRESULT StgPropertySetStorage::Enum(IEnumSTATPROPSETSTG** ppenum) {
+HRESULT StgPropertySetStorage::Enum(IEnumSTATPROPSETSTG** ppenum) try {
     if (ppenum == nullptr) return STG_E_INVALIDPOINTER;
     *ppenum = nullptr;
     // The streams whose names stand for a format id and that hold a property set, in the
-    // storage's order. The user-defined set shares its stream and is opened, not listed.
+    // storage's order. The user-defined set shares its stream and is opened, not listed. The
+    // listing stops once the streams read hold as many bytes as the file (TOVXResourceBounds.h):
+    // streams whose chains share sectors could otherwise make it read the square of its size.
     std::vector<STATPROPSETSTG> sets;
+    const uint64_t budget = tovxbounds::propertySetBytesIn(storage_->file()->file().size());
+    uint64_t read = 0;
     for (const uint32_t entry : storage_->children()) {
+        if (read >= budget) break;
         const StgDirectoryEntry& element = storage_->file()->entry(entry);
         FMTID fmtid;
         std::shared_ptr<const StgPropertySetStream> stream;
-        if (element.type != kTypeStream || !formatIdOfStreamName(element.name, fmtid) ||
-            FAILED(StgPropertySetStream::read(storage_->file(), entry, stream))) {
-            continue;
-        }
+        if (element.type != kTypeStream || !formatIdOfStreamName(element.name, fmtid)) continue;
+        uint64_t bytes = 0;
+        const HRESULT status = StgPropertySetStream::read(storage_->file(), entry, stream, &bytes);
+        read += bytes;
+        if (FAILED(status)) continue;
         sets.push_back(StgPropertyStorage::statOf(*stream, 0, fmtid, element));
     }
     *ppenum = new StgPropertySetEnumerator(storage_.get(), std::move(sets), 0);
     return S_OK;
+} catch (...) {  // memory ran out (TOVXResourceBounds.h)
+    return STG_E_INSUFFICIENTMEMORY;
 }
 
 HRESULT StgPropertySetStorage::Create(REFFMTID, const CLSID*, DWORD, DWORD, IPropertyStorage** ppprstg) {

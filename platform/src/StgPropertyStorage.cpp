@@ -55,10 +55,15 @@ HRESULT StgPropertyStorage::ReadMultiple(ULONG cpspec, const PROPSPEC rgpspec[],
     }
     // Any property that is not there reads as VT_EMPTY and makes the answer S_FALSE.
     bool allFound = true;
-    for (ULONG i = 0; i < cpspec; ++i) {
-        std::memset(&rgpropvar[i], 0, sizeof rgpropvar[i]);
-        PROPID id = 0;
-        if (!idOf(rgpspec[i], id) || !stream_->value(section(), id, rgpropvar[i])) allFound = false;
+    for (ULONG i = 0; i < cpspec; ++i) std::memset(&rgpropvar[i], 0, sizeof rgpropvar[i]);
+    try {
+        for (ULONG i = 0; i < cpspec; ++i) {
+            PROPID id = 0;
+            if (!idOf(rgpspec[i], id) || !stream_->value(section(), id, rgpropvar[i])) allFound = false;
+        }
+    } catch (...) {  // memory ran out (TOVXResourceBounds.h): the values read so far go back
+        for (ULONG i = 0; i < cpspec; ++i) PropVariantClear(&rgpropvar[i]);
+        return STG_E_INSUFFICIENTMEMORY;
     }
     return allFound ? S_OK : S_FALSE;
 }
@@ -69,35 +74,33 @@ HRESULT StgPropertyStorage::ReadPropertyNames(ULONG cpropid, const PROPID rgprop
     bool anyFound = false;
     for (ULONG i = 0; i < cpropid; ++i) {
         rglpwstrName[i] = nullptr;
-        for (const auto& name : section().names) {
-            if (name.first != rgpropid[i]) continue;
-            rglpwstrName[i] = callerCopy(name.second);
-            if (rglpwstrName[i] == nullptr) {
-                for (ULONG j = 0; j < i; ++j) CoTaskMemFree(rglpwstrName[j]);
-                return E_OUTOFMEMORY;
-            }
-            anyFound = true;
-            break;
+        const std::u16string* name = section().name(rgpropid[i]);
+        if (name == nullptr) continue;
+        rglpwstrName[i] = callerCopy(*name);
+        if (rglpwstrName[i] == nullptr) {
+            for (ULONG j = 0; j < i; ++j) CoTaskMemFree(rglpwstrName[j]);
+            return E_OUTOFMEMORY;
         }
+        anyFound = true;
     }
     return anyFound ? S_OK : S_FALSE;
 }
 
-HRESULT StgPropertyStorage::Enum(IEnumSTATPROPSTG** ppenum) {
+HRESULT StgPropertyStorage::Enum(IEnumSTATPROPSTG** ppenum) try {
     if (ppenum == nullptr) return STG_E_INVALIDPOINTER;
     std::vector<StgPropertyEnumerator::Record> records;
     for (const StgPropertySection::Property& property : section().properties) {
         StgPropertyEnumerator::Record record{property.id, property.type, false, {}};
-        for (const auto& name : section().names) {
-            if (name.first != property.id) continue;
+        if (const std::u16string* name = section().name(property.id)) {
             record.named = true;
-            record.name = name.second;
-            break;
+            record.name = *name;
         }
         records.push_back(std::move(record));
     }
     *ppenum = new StgPropertyEnumerator(this, std::move(records), 0);
     return S_OK;
+} catch (...) {  // memory ran out (TOVXResourceBounds.h)
+    return STG_E_INSUFFICIENTMEMORY;
 }
 
 HRESULT StgPropertyStorage::Stat(STATPROPSETSTG* pstatpsstg) {

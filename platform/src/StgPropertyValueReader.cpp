@@ -101,10 +101,18 @@ bool StgPropertyValueReader::isNarrowString(VARTYPE type) const {
     return type == VT_LPSTR || (type == VT_BSTR && codePage_ != kCodePageUnicode);
 }
 
-bool StgPropertyValueReader::read(size_t offset, PROPVARIANT& value) const {
+bool StgPropertyValueReader::read(size_t offset, PROPVARIANT& value, size_t* end) const {
     std::memset(&value, 0, sizeof value);
     size_t at = offset;
-    if (typed(at, value, true)) return true;
+    bool decoded = false;
+    try {
+        decoded = typed(at, value, true);
+    } catch (...) {
+        PropVariantClear(&value);  // memory ran out: what was decoded goes back before the exception goes on
+        throw;
+    }
+    if (end != nullptr) *end = at;
+    if (decoded) return true;
     PropVariantClear(&value);
     return false;
 }

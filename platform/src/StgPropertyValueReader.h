@@ -21,7 +21,8 @@ public:
 
     // Decodes the typed value at `offset` into `value`, which starts empty. False (and `value`
     // empty) when the value runs past the end or has a type that a property set cannot hold.
-    bool read(size_t offset, PROPVARIANT& value) const;
+    // `end`, when given, receives where the decoding stopped.
+    bool read(size_t offset, PROPVARIANT& value, size_t* end = nullptr) const;
 
     // A string of the set's dictionary at `at`: a count of characters, then the characters, padded
     // to 4 bytes in a Unicode set only. Moves `at` past it; false when it runs past the end.

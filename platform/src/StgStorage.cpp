@@ -1,52 +1,74 @@
 #include "StgStorage.h"
 
-#include "StgDirectoryTree.h"
 #include "StgElementEnumerator.h"
 #include "StgModes.h"
 #include "StgPropertySetStorage.h"
 #include "StgStream.h"
+#include "StgText.h"
 
 #include <algorithm>
+#include <tuple>
 
 namespace tovxstg {
 
+namespace {
+
+std::u16string upperCased(const std::u16string& name) {
+    std::u16string upper(name);
+    for (char16_t& unit : upper) unit = upperCaseUnit(unit);
+    return upper;
+}
+
+}  // namespace
+
 StgStorage::StgStorage(std::shared_ptr<const StgCompoundFile> file, uint32_t entry, DWORD mode, IStorage* parent,
-                       std::vector<uint32_t> ancestors, std::u16string name)
-    : file_(std::move(file)),
-      entry_(entry),
-      mode_(mode),
-      parent_(parent),
-      ancestors_(std::move(ancestors)),
-      name_(std::move(name)) {}
+                       std::u16string name)
+    : file_(std::move(file)), entry_(entry), mode_(mode), parent_(parent), name_(std::move(name)) {}
 
-bool StgStorage::isAncestor(uint32_t index) const {
-    return index == entry_ || std::find(ancestors_.begin(), ancestors_.end(), index) != ancestors_.end();
-}
+std::vector<uint32_t> StgStorage::children() const { return file_->childrenOf(entry_); }
 
-std::vector<uint32_t> StgStorage::children() const {
-    std::vector<uint32_t> found = StgDirectoryTree(*file_).children(entry_);
-    // A storage that holds itself or one above it would make the tree endless: it is left out.
-    found.erase(std::remove_if(found.begin(), found.end(), [this](uint32_t index) { return isAncestor(index); }),
-                found.end());
-    return found;
-}
-
+// Two names are the same when compareNames finds them equal: of one length, and equal once
+// upper-cased. Of several children of one name and type, the first in name order is found.
+// The first few lookups pass over the children; from then on a sorted index serves them.
 uint32_t StgStorage::findChild(const std::u16string& name, uint8_t type) const {
-    const uint32_t index = StgDirectoryTree(*file_).find(entry_, name);
-    if (index == kNoEntry || file_->entry(index).type != type || isAncestor(index)) return kNoEntry;
-    return index;
+    if (lookups_.fetch_add(1) < kLookupsBeforeIndex) {
+        for (const uint32_t index : file_->childrenOf(entry_)) {
+            const StgDirectoryEntry& child = file_->entry(index);
+            if (child.type == type && compareNames(child.name, name) == 0) return index;
+        }
+        return kNoEntry;
+    }
+    std::call_once(namesSorted_, [this] {
+        std::vector<NameKey> keys;
+        for (const uint32_t index : file_->childrenOf(entry_)) {
+            const StgDirectoryEntry& child = file_->entry(index);
+            keys.push_back({child.type, upperCased(child.name), index});
+        }
+        std::stable_sort(keys.begin(), keys.end(), [](const NameKey& a, const NameKey& b) {
+            return std::tie(a.type, a.upperName) < std::tie(b.type, b.upperName);
+        });
+        names_ = std::move(keys);
+    });
+    const NameKey wanted{type, upperCased(name), 0};
+    const auto found = std::lower_bound(names_.begin(), names_.end(), wanted, [](const NameKey& a, const NameKey& b) {
+        return std::tie(a.type, a.upperName) < std::tie(b.type, b.upperName);
+    });
+    if (found == names_.end() || found->type != type || found->upperName != wanted.upperName) return kNoEntry;
+    return found->index;
 }
 
-HRESULT StgStorage::QueryInterface(REFIID riid, void** object) {
+HRESULT StgStorage::QueryInterface(REFIID riid, void** object) try {
     if (object != nullptr && IsEqualIID(riid, IID_IPropertySetStorage)) {
         *object = static_cast<IPropertySetStorage*>(new StgPropertySetStorage(this));
         return S_OK;
     }
     return StgComObject<IStorage>::QueryInterface(riid, object);
+} catch (...) {  // memory ran out (TOVXResourceBounds.h)
+    return STG_E_INSUFFICIENTMEMORY;
 }
 
 HRESULT StgStorage::OpenStream(const OLECHAR* pwcsName, void* reserved1, DWORD grfMode, DWORD reserved2,
-                               IStream** ppstm) {
+                               IStream** ppstm) try {
     if (ppstm == nullptr) return STG_E_INVALIDPOINTER;
     *ppstm = nullptr;
     if (reserved1 != nullptr || reserved2 != 0) return STG_E_INVALIDPARAMETER;
@@ -58,10 +80,12 @@ HRESULT StgStorage::OpenStream(const OLECHAR* pwcsName, void* reserved1, DWORD g
     if (index == kNoEntry) return STG_E_FILENOTFOUND;
     *ppstm = new StgStream(file_, index, grfMode, this);
     return S_OK;
+} catch (...) {  // memory ran out (TOVXResourceBounds.h)
+    return STG_E_INSUFFICIENTMEMORY;
 }
 
 HRESULT StgStorage::OpenStorage(const OLECHAR* pwcsName, IStorage* pstgPriority, DWORD grfMode, SNB snbExclude,
-                                DWORD reserved, IStorage** ppstg) {
+                                DWORD reserved, IStorage** ppstg) try {
     if (ppstg == nullptr) return STG_E_INVALIDPOINTER;
     *ppstg = nullptr;
     if (pstgPriority != nullptr || snbExclude != nullptr || reserved != 0) return STG_E_INVALIDPARAMETER;
@@ -71,23 +95,27 @@ HRESULT StgStorage::OpenStorage(const OLECHAR* pwcsName, IStorage* pstgPriority,
     if (FAILED(status)) return status;
     const uint32_t index = findChild(name, kTypeStorage);
     if (index == kNoEntry) return STG_E_FILENOTFOUND;
-    std::vector<uint32_t> ancestors = ancestors_;
-    ancestors.push_back(entry_);
-    *ppstg = new StgStorage(file_, index, grfMode, this, std::move(ancestors), file_->entry(index).name);
+    *ppstg = new StgStorage(file_, index, grfMode, this, file_->entry(index).name);
     return S_OK;
+} catch (...) {  // memory ran out (TOVXResourceBounds.h)
+    return STG_E_INSUFFICIENTMEMORY;
 }
 
-HRESULT StgStorage::EnumElements(DWORD reserved1, void* reserved2, DWORD reserved3, IEnumSTATSTG** ppenum) {
+HRESULT StgStorage::EnumElements(DWORD reserved1, void* reserved2, DWORD reserved3, IEnumSTATSTG** ppenum) try {
     if (ppenum == nullptr) return STG_E_INVALIDPOINTER;
     *ppenum = nullptr;
     if (reserved1 != 0 || reserved2 != nullptr || reserved3 != 0) return STG_E_INVALIDPARAMETER;
     *ppenum = new StgElementEnumerator(this, children(), 0);
     return S_OK;
+} catch (...) {  // memory ran out (TOVXResourceBounds.h)
+    return STG_E_INSUFFICIENTMEMORY;
 }
 
-HRESULT StgStorage::Stat(STATSTG* pstatstg, DWORD grfStatFlag) {
+HRESULT StgStorage::Stat(STATSTG* pstatstg, DWORD grfStatFlag) try {
     if (pstatstg == nullptr) return STG_E_INVALIDPOINTER;
     return fillStat(*pstatstg, file_->entry(entry_), STGTY_STORAGE, name_, mode_, grfStatFlag);
+} catch (...) {  // memory ran out (TOVXResourceBounds.h)
+    return STG_E_INSUFFICIENTMEMORY;
 }
 
 // Nothing is ever pending in a read-only storage: committing and reverting have nothing to do.

@@ -7,6 +7,8 @@
 #include "StgComObject.h"
 #include "StgCompoundFile.h"
 
+#include <atomic>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -14,15 +16,16 @@ namespace tovxstg {
 
 class StgStorage final : public StgComObject<IStorage> {
 public:
-    // `parent` (null for a root) is kept alive while this storage lives; `ancestors` are the
-    // directory entries of the storages above it; `name` is what Stat reports (a root's path).
+    // `parent` (null for a root) is kept alive while this storage lives; `name` is what Stat
+    // reports (a root's path).
     StgStorage(std::shared_ptr<const StgCompoundFile> file, uint32_t entry, DWORD mode, IStorage* parent,
-               std::vector<uint32_t> ancestors, std::u16string name);
+               std::u16string name);
 
     const std::shared_ptr<const StgCompoundFile>& file() const { return file_; }
     // The storages and streams directly under this storage, in name order.
     std::vector<uint32_t> children() const;
-    // The child of this name and type, or kNoEntry.
+    // The first child of this name (in the format's comparison: upper case, every script) and
+    // type, or kNoEntry.
     uint32_t findChild(const std::u16string& name, uint8_t type) const;
 
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID riid, void** object) override;
@@ -54,14 +57,24 @@ protected:
     bool answersTo(REFIID riid) const override { return IsEqualIID(riid, IID_IStorage); }
 
 private:
-    bool isAncestor(uint32_t index) const;
+    // A child's type and upper-cased name, with its directory index.
+    struct NameKey {
+        uint8_t type;
+        std::u16string upperName;
+        uint32_t index;
+    };
 
     std::shared_ptr<const StgCompoundFile> file_;
     uint32_t entry_;
     DWORD mode_;
     StgReference<IStorage> parent_;
-    std::vector<uint32_t> ancestors_;
     std::u16string name_;
+    // The children by type and name, sorted once when lookups become many, so that looking up
+    // every child of a storage costs n log n however the directory's tree is shaped.
+    static constexpr unsigned kLookupsBeforeIndex = 8;
+    mutable std::atomic<unsigned> lookups_{0};
+    mutable std::once_flag namesSorted_;
+    mutable std::vector<NameKey> names_;
 };
 
 }  // namespace tovxstg

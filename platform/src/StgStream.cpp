@@ -17,7 +17,7 @@ StgStream::StgStream(std::shared_ptr<const StgCompoundFile> file, uint32_t entry
       reader_(file_, file_->entry(entry)),
       position_(position) {}
 
-HRESULT StgStream::Read(void* pv, ULONG cb, ULONG* pcbRead) {
+HRESULT StgStream::Read(void* pv, ULONG cb, ULONG* pcbRead) try {
     if (pcbRead != nullptr) *pcbRead = 0;
     if (pv == nullptr) return STG_E_INVALIDPOINTER;
     const int64_t got = reader_.read(position_, static_cast<uint8_t*>(pv), cb);
@@ -26,6 +26,8 @@ HRESULT StgStream::Read(void* pv, ULONG cb, ULONG* pcbRead) {
     position_ += static_cast<uint64_t>(got);
     if (pcbRead != nullptr) *pcbRead = static_cast<ULONG>(got);
     return S_OK;
+} catch (...) {  // memory ran out (TOVXResourceBounds.h)
+    return STG_E_INSUFFICIENTMEMORY;
 }
 
 HRESULT StgStream::Seek(LARGE_INTEGER dlibMove, DWORD dwOrigin, ULARGE_INTEGER* plibNewPosition) {
@@ -47,7 +49,7 @@ HRESULT StgStream::Seek(LARGE_INTEGER dlibMove, DWORD dwOrigin, ULARGE_INTEGER* 
     return S_OK;
 }
 
-HRESULT StgStream::CopyTo(IStream* pstm, ULARGE_INTEGER cb, ULARGE_INTEGER* pcbRead, ULARGE_INTEGER* pcbWritten) {
+HRESULT StgStream::CopyTo(IStream* pstm, ULARGE_INTEGER cb, ULARGE_INTEGER* pcbRead, ULARGE_INTEGER* pcbWritten) try {
     if (pcbRead != nullptr) pcbRead->QuadPart = 0;
     if (pcbWritten != nullptr) pcbWritten->QuadPart = 0;
     if (pstm == nullptr) return STG_E_INVALIDPOINTER;
@@ -69,18 +71,24 @@ HRESULT StgStream::CopyTo(IStream* pstm, ULARGE_INTEGER cb, ULARGE_INTEGER* pcbR
     if (pcbRead != nullptr) pcbRead->QuadPart = read;
     if (pcbWritten != nullptr) pcbWritten->QuadPart = written;
     return FAILED(status) ? status : S_OK;
+} catch (...) {  // memory ran out (TOVXResourceBounds.h)
+    return STG_E_INSUFFICIENTMEMORY;
 }
 
-HRESULT StgStream::Stat(STATSTG* pstatstg, DWORD grfStatFlag) {
+HRESULT StgStream::Stat(STATSTG* pstatstg, DWORD grfStatFlag) try {
     if (pstatstg == nullptr) return STG_E_INVALIDPOINTER;
     const StgDirectoryEntry& entry = file_->entry(entry_);
     return fillStat(*pstatstg, entry, STGTY_STREAM, entry.name, mode_, grfStatFlag);
+} catch (...) {  // memory ran out (TOVXResourceBounds.h)
+    return STG_E_INSUFFICIENTMEMORY;
 }
 
-HRESULT StgStream::Clone(IStream** ppstm) {
+HRESULT StgStream::Clone(IStream** ppstm) try {
     if (ppstm == nullptr) return STG_E_INVALIDPOINTER;
     *ppstm = new StgStream(file_, entry_, mode_, parent_.get(), position_);
     return S_OK;
+} catch (...) {  // memory ran out (TOVXResourceBounds.h)
+    return STG_E_INSUFFICIENTMEMORY;
 }
 
 HRESULT StgStream::Write(const void*, ULONG, ULONG* pcbWritten) {

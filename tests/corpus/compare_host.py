@@ -28,6 +28,13 @@ Property values are compared with oracle/, converted as the host stack converts 
     numbers "%f"; a boolean is true only when stored as 0xFFFF, so the stored word is
     read from the stream itself (through `ststg --host cat`).
 
+The fields that ststg adds on this road are checked beside the ones above, which are
+compared alone: the root's "clsid" against the platform's reading; each set's "stream"
+(the well-known names, or the name its id stands for); a property's "label" for a few
+well-known ids; and "display": a vector as the list of its elements, each converted as
+above, a blob or clipboard value as its size and first 16 bytes in hex, the code page
+as its unsigned number and EditTime as H:MM:SS.
+
 A run on a service with known faults names the cases to leave out with --skips (checks
 "host-tree", the listing and the bytes, and "host-props"); each is reported with its reason.
 
@@ -51,6 +58,11 @@ WELL_KNOWN_SETS = {
     "\x05DocumentSummaryInformation": "{D5CDD502-2E9C-101B-9397-08002B2CF9AE}",
 }
 NAME_ALPHABET = "abcdefghijklmnopqrstuvwxyz012345"
+SUMMARY, DOCUMENT_SUMMARY = WELL_KNOWN_SETS["\x05SummaryInformation"], WELL_KNOWN_SETS["\x05DocumentSummaryInformation"]
+SOME_LABELS = {(SUMMARY, 2): "Title", (SUMMARY, 4): "Author", (SUMMARY, 10): "EditTime",
+               (DOCUMENT_SUMMARY, 5): "LineCount", (DOCUMENT_SUMMARY, 13): "TitlesOfParts"}
+CONTRACT_ENTRY_FIELDS = ("path", "type", "size")
+CONTRACT_PROPERTY_FIELDS = ("id", "name", "type", "value")
 KNOWN_FAULTS = {
     "gh-poi-notes.ole2": "the reference lists nothing when a storage has an empty name",
 }
@@ -101,7 +113,12 @@ def tree_from_oracle(oracle):
     return listing
 
 
-def compare_tree(ststg, path, expected):
+def contract(record, fields):
+    """The fields whose content the library gives, without those the tool adds."""
+    return {key: value for key, value in record.items() if key in fields}
+
+
+def compare_tree(ststg, path, expected, root_clsid):
     result = host(ststg, "tree", "--json", path)
     if result.returncode != 0:
         return ["tree exit %d: %s" % (result.returncode, result.stderr.decode("utf-8", "replace"))], 0
@@ -113,8 +130,11 @@ def compare_tree(ststg, path, expected):
     want += [dict({"path": names, "type": kind}, **({"size": size} if kind == 2 else {}))
              for names, kind, size, _ in expected]
     entries = got.get("entries", [])
+    want_clsid = root_clsid if root_clsid and root_clsid.strip("{}0-") else None
+    if entries and entries[0].get("clsid") != want_clsid:
+        problems.append("root clsid %s, want %s" % (entries[0].get("clsid"), want_clsid))
     for i in range(max(len(entries), len(want))):
-        have = entries[i] if i < len(entries) else None
+        have = contract(entries[i], CONTRACT_ENTRY_FIELDS) if i < len(entries) else None
         wanted = want[i] if i < len(want) else None
         if have != wanted:
             problems.append("tree entry %d: got %s, want %s" % (i, have, wanted))
@@ -174,7 +194,31 @@ def set_id_of_stream(name):
     return "{%08X-%04X-%04X-%s-%s}" % (data1, data2, data3, stored[8:10].hex().upper(), stored[10:].hex().upper())
 
 
-def expected_section(section, table, fmtid):
+def hex_bytes(data):
+    shown = " ".join("%02x" % b for b in data[:16])
+    return "%d byte%s%s%s" % (len(data), "" if len(data) == 1 else "s", ": " + shown if data else "",
+                              " ..." if len(data) > 16 else "")
+
+
+def expected_display(fmtid, prop):
+    """What ststg shows beside the library's text, or None."""
+    vt, value = prop["vt"], prop.get("value")
+    if vt & 0x1000:
+        elements = value if vt == 0x100C else [{"vt": vt & 0xFFF, "value": v} for v in value]
+        return [converted(e["vt"], e.get("value"))[0] for e in elements]
+    if vt == 65:
+        return hex_bytes(bytes.fromhex(value))
+    if vt == 71:
+        return "clipboard format %d, %s" % (prop["cf_format"], hex_bytes(bytes.fromhex(value)[4:]))
+    if prop["id"] == 1 and vt == 2 and value < 0:
+        return "%d" % (value & 0xFFFF)
+    if (fmtid, prop["id"]) == (SUMMARY, 10) and vt == 64:
+        seconds = value // 10_000_000
+        return "%d:%02d:%02d" % (seconds // 3600, seconds // 60 % 60, seconds % 60)
+    return None
+
+
+def expected_section(section, table, fmtid, stream):
     names = {int(key): lib_text(name) for key, name in section.get("dictionary", {}).items()}
     properties = []
     for prop in section["properties"]:
@@ -184,8 +228,17 @@ def expected_section(section, table, fmtid):
         if prop["vt"] == 11:
             stored = table.stored_boolean(section["offset"], prop["id"])
             text = "True" if stored else "False"
-        properties.append({"id": prop["id"], "name": names.get(prop["id"], ""), "type": kind, "value": text})
-    return {"id": fmtid, "name": "", "properties": properties}
+        properties.append({"id": prop["id"], "name": names.get(prop["id"], ""), "type": kind, "value": text,
+                           "_display": expected_display(fmtid, prop)})
+    return {"id": fmtid, "name": "", "stream": canonical_stream(stream), "properties": properties}
+
+
+def canonical_stream(name):
+    """The stream's name as the platform makes it from the set's id."""
+    for known in WELL_KNOWN_SETS:
+        if name.upper() == known.upper():
+            return known
+    return name[0] + name[1:].lower()
 
 
 def expected_sets(ststg, path, oracle, platform_tree):
@@ -198,9 +251,9 @@ def expected_sets(ststg, path, oracle, platform_tree):
             continue
         sections = by_stream[stream]["sections"]
         table = StreamTable(host(ststg, "cat", path, cat_argument(stream)).stdout)
-        sets.append(expected_section(sections[0], table, fmtid))
+        sets.append(expected_section(sections[0], table, fmtid, stream))
         if len(sections) == 2 and sections[1]["fmtid"] == USER_DEFINED and user_defined is None:
-            user_defined = expected_section(sections[1], table, USER_DEFINED)
+            user_defined = expected_section(sections[1], table, USER_DEFINED, stream)
     return sets + ([user_defined] if user_defined else [])
 
 
@@ -219,13 +272,29 @@ def compare_props(ststg, path, oracle, platform_tree):
     for got_set, want_set in zip(have, want):
         if got_set.get("name") != "":
             problems.append("%s: name %r, want empty" % (want_set["id"], got_set.get("name")))
+        if got_set.get("stream") != want_set["stream"]:
+            problems.append("%s: stream %r, want %r" % (want_set["id"], got_set.get("stream"), want_set["stream"]))
         listed = got_set.get("properties", [])
         if len(listed) != len(want_set["properties"]):
             problems.append("%s: %d properties, want %d" % (want_set["id"], len(listed), len(want_set["properties"])))
         for got_prop, want_prop in zip(listed, want_set["properties"]):
-            if got_prop != want_prop:
-                problems.append("%s: got %s, want %s" % (want_set["id"], got_prop, want_prop))
+            wanted = contract(want_prop, CONTRACT_PROPERTY_FIELDS)
+            if contract(got_prop, CONTRACT_PROPERTY_FIELDS) != wanted:
+                problems.append("%s: got %s, want %s" % (want_set["id"], got_prop, wanted))
+            problems += additions(want_set["id"], got_prop, want_prop)
     return problems, len(want)
+
+
+def additions(fmtid, got, want):
+    """Differences in the fields that ststg adds to one property."""
+    problems = []
+    label = SOME_LABELS.get((fmtid, want["id"]), "CodePage" if want["id"] == 1 else None)
+    if label is not None and got.get("label") != label:
+        problems.append("%s %d: label %r, want %r" % (fmtid, want["id"], got.get("label"), label))
+    display = want["_display"]
+    if display is not None and "..." not in display and got.get("display") != display:
+        problems.append("%s %d: display %r, want %r" % (fmtid, want["id"], got.get("display"), display))
+    return problems
 
 
 def main():
@@ -248,7 +317,8 @@ def main():
         problems, streams, set_count, notes = [], 0, 0, []
         # A service with known faults (--skips) leaves out the tree or the property sets of a file.
         if skip_reason("host-tree", name) is None:
-            problems, streams = compare_tree(ststg, path, tree)
+            root_clsid = load_oracle(platform_dir, name)["root"].get("clsid")
+            problems, streams = compare_tree(ststg, path, tree, root_clsid)
             totals[0] += len(tree) + 1
         else:
             notes.append("tree and cat skipped: %s" % skip_reason("host-tree", name))

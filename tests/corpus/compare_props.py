@@ -170,7 +170,7 @@ def expected_set(oracle_set, table):
 
 
 def compare_file(ststg, path, oracle):
-    result = run(ststg, "props", "--json", path)
+    result = run(ststg, "--native", "props", "--json", path)
     if result.returncode != 0:
         return ["props exit %d: %s" % (result.returncode, result.stderr.decode("utf-8", "replace"))], 0
     got = json.loads(result.stdout.decode("utf-8"))
@@ -184,7 +184,7 @@ def compare_file(ststg, path, oracle):
         problems.append("%d sets, want %d" % (len(sets), len(wanted)))
     for have, want in zip(sets, wanted):
         where = library_name(want["stream"])[1:]
-        stream = run(ststg, "cat", path, cat_argument(library_name(want["stream"])))
+        stream = run(ststg, "--native", "cat", path, cat_argument(library_name(want["stream"])))
         fmtid, properties, unnamed = expected_set(want, StreamTable(stream.stdout))
         if fmtid is not None and have.get("id") != fmtid:
             problems.append("%s: id %s, want %s" % (where, have.get("id"), fmtid))

@@ -96,7 +96,7 @@ class OracleTree:
 
 
 def check_refused(ststg, path, name):
-    result = run(ststg, "tree", "--json", path)
+    result = run(ststg, "--native", "tree", "--json", path)
     message = result.stderr.decode("utf-8", "replace")
     if result.returncode != 1 or name not in message or result.stdout:
         return ["refused header: want exit 1 and a message naming the file, got %d: %r"
@@ -106,7 +106,7 @@ def check_refused(ststg, path, name):
 
 def check_accepted(ststg, path, oracle):
     listing, streams = OracleTree(oracle).expected()
-    result = run(ststg, "tree", "--json", path)
+    result = run(ststg, "--native", "tree", "--json", path)
     if result.returncode != 0:
         return ["tree exit %d: %s" % (result.returncode, result.stderr.decode("utf-8", "replace"))]
     got = json.loads(result.stdout.decode("utf-8"))
@@ -121,7 +121,7 @@ def check_accepted(ststg, path, oracle):
             problems.append("tree entry %d: got %s, want %s" % (i, have, want))
             break
     for names, sha in streams:
-        result = run(ststg, "cat", path, *[cat_argument(n) for n in names])
+        result = run(ststg, "--native", "cat", path, *[cat_argument(n) for n in names])
         digest = hashlib.sha256(result.stdout).hexdigest()
         if result.returncode != 0 or digest != sha:
             problems.append("cat %s: exit %d, sha %s, want %s" % (names, result.returncode, digest, sha))

@@ -105,11 +105,17 @@ def header_accepted(path):
 
 
 def cat_argument(name):
-    """A name as ststg cat takes it: control characters as \\xHH, backslash doubled."""
+    """A name as ststg cat takes it: control characters as \\xHH, backslash doubled, and
+    '/' as \\x2f, since one argument is a path whose names '/' separates; a name of
+    two quotes alone is escaped too, since "" stands for the empty name."""
+    if name == '""':
+        return "\\x22\\x22"
     out = []
     for ch in name:
         if ch == "\\":
             out.append("\\\\")
+        elif ch == "/":
+            out.append("\\x2f")
         elif ord(ch) < 0x20 or ord(ch) == 0x7F:
             out.append("\\x%02x" % ord(ch))
         else:

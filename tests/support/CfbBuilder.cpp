@@ -162,8 +162,8 @@ int CfbBuilder::addStream(int parent, const std::u16string& name, std::vector<ui
 
 uint32_t CfbBuilder::linkSiblings(std::vector<int>& sorted, size_t first, size_t last, std::vector<CfbEntry>& entries) const {
     if (first >= last) return kNoStream;
-    if (shape_ == Shape::RightChain) {
-        entries[sorted[first]].right = linkSiblings(sorted, first + 1, last, entries);
+    if (shape_ == Shape::RightChain) {  // a loop, not a recursion: chains may be 100,000 long
+        for (size_t i = first; i + 1 < last; ++i) entries[sorted[i]].right = static_cast<uint32_t>(sorted[i + 1]);
         return static_cast<uint32_t>(sorted[first]);
     }
     const size_t middle = first + (last - first) / 2;
@@ -188,11 +188,12 @@ CfbImage CfbBuilder::layout() const {
         image.entries[id].name = nodes_[id].name;
         image.entries[id].type = nodes_[id].type;
     }
+    std::vector<std::vector<int>> childrenOf(nodes_.size());
+    for (size_t c = 0; c < nodes_.size(); ++c)
+        if (nodes_[c].parent >= 0) childrenOf[static_cast<size_t>(nodes_[c].parent)].push_back(static_cast<int>(c));
     for (size_t id = 0; id < nodes_.size(); ++id) {
         if (nodes_[id].type == 2) continue;
-        std::vector<int> children;
-        for (size_t c = 0; c < nodes_.size(); ++c)
-            if (nodes_[c].parent == static_cast<int>(id)) children.push_back(static_cast<int>(c));
+        std::vector<int>& children = childrenOf[id];
         std::stable_sort(children.begin(), children.end(),
                          [&](int a, int b) { return comesBefore(nodes_[a].name, nodes_[b].name); });
         image.entries[id].child = linkSiblings(children, 0, children.size(), image.entries);

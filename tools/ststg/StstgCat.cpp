@@ -1,15 +1,13 @@
-#include "StstgCommands.h"
-#include "StstgCommon.h"
+#include <unistd.h>
+
+#include "StstgCommandList.h"
+#include "StstgInput.h"
 #include "StstgText.h"
-#include "TOVXStreamRead.h"
 
 namespace ststg {
 
-namespace {
-
-// Why `names` gave no stream, as the message after "ststg: FILE: " says it.
-std::string failureText(const TOVXStreamRead& read, const std::vector<TOVXString>& names) {
-    using Outcome = TOVXStreamRead::Outcome;
+std::string streamFailureText(const StreamRead& read, const NamePath& names) {
+    using Outcome = StreamRead::Outcome;
     switch (read.outcome) {
         case Outcome::NoSuchStorage: return "no storage " + shownPath(names, read.storagesOpened + 1) + " that can be opened";
         case Outcome::IsStorage: return shownPath(names) + " is a storage, not a stream";
@@ -20,42 +18,58 @@ std::string failureText(const TOVXStreamRead& read, const std::vector<TOVXString
     return shownPath(names) + ": no such stream";
 }
 
-}  // namespace
-
-int catCommand(const std::vector<std::string>& arguments, const Console& console) {
-    std::vector<std::string> operands;
-    bool optionsEnded = false;
-    for (const std::string& argument : arguments) {
-        if (!optionsEnded && argument == "--") optionsEnded = true;
-        else if (!optionsEnded && argument.size() > 1 && argument[0] == '-') return usageError(console, "cat", "unknown option '" + argument + "'");
-        else operands.push_back(argument);
+bool readRequestedStream(const Invocation& invocation, const Console& console, OpenedInput& input, NamePath& names,
+                         StreamRead& read, int& code) {
+    std::string error;
+    const std::vector<std::string> path(invocation.operands.begin() + 1, invocation.operands.end());
+    if (!parseNamePath(path, names, error)) {
+        code = usageError(console, invocation.command, error);
+        return false;
     }
-    if (operands.size() < 2) return usageError(console, "cat", operands.empty() ? "missing FILE and NAME" : "missing NAME");
-    std::vector<TOVXString> names;
-    for (size_t i = 1; i < operands.size(); ++i) {
-        TOVXString name;
-        std::string error;
-        if (!parseNameArgument(operands[i], name, error)) return usageError(console, "cat", "'" + operands[i] + "': " + error);
-        names.push_back(name);
+    if (!input.open(invocation.operands[0], invocation.road, console)) {
+        code = kExitFailure;
+        return false;
     }
-    const std::string& file = operands[0];
-    TOVXStoragePtr root = openCompoundFile(file, console);
-    if (root == nullptr) return kExitFailure;
-
-    const TOVXStreamRead read = TOVXStreamRead::atPath(*root, names);
-    if (read.outcome != TOVXStreamRead::Outcome::Read) {
-        console.fail(file, failureText(read, names));
-        return kExitFailure;
-    }
-    if (!writeAll(console.out, read.bytes) || std::fflush(console.out) != 0) {
-        console.fail("cannot write the output");
-        return kExitFailure;
+    read = input.road().read(names);
+    if (read.outcome != StreamRead::Outcome::Read) {
+        console.fail(input.shown(), streamFailureText(read, names));
+        code = input.finish(kExitFailure, invocation.strict, console);
+        return false;
     }
     if (read.bytes.size() < read.declaredSize) {
-        console.fail(file, shownPath(names) + ": the file holds only " + std::to_string(read.bytes.size()) + " of its " +
-                               std::to_string(read.declaredSize) + " bytes");
+        console.fail(input.shown(), shownPath(names) + ": the file holds only " + std::to_string(read.bytes.size()) + " of its " +
+                                        std::to_string(read.declaredSize) + " bytes");
+        input.road().damage().addProblem();
     }
-    return kExitOk;
+    return true;
+}
+
+namespace {
+
+bool writeStreamBytes(FILE* out, const std::vector<unsigned char>& bytes) {
+    return bytes.empty() || std::fwrite(bytes.data(), 1, bytes.size(), out) == bytes.size();
+}
+
+// Bytes that are not text would upset a terminal: they go there only when forced.
+bool refusedOnTerminal(const Invocation& invocation, const Console& console, const std::vector<unsigned char>& bytes) {
+    return !invocation.force && ::isatty(::fileno(console.out)) == 1 && looksBinary(bytes.data(), bytes.size());
+}
+
+}  // namespace
+
+int catCommand(const Invocation& invocation, const Console& console) {
+    OpenedInput input;
+    NamePath names;
+    StreamRead read;
+    int code = kExitOk;
+    if (!readRequestedStream(invocation, console, input, names, read, code)) return code;
+    if (refusedOnTerminal(invocation, console, read.bytes)) {
+        console.fail(input.shown(), shownPath(names) + ": binary data, not written to a terminal "
+                                                       "(see it with 'ststg dump', or write it anyway with --force)");
+        return input.finish(kExitFailure, invocation.strict, console);
+    }
+    writeStreamBytes(console.out, read.bytes);  // a failed write shows when the output is flushed
+    return input.finish(kExitOk, invocation.strict, console);
 }
 
 }  // namespace ststg

@@ -1,108 +1,72 @@
 #include <string>
 
-#include "StstgCommands.h"
-#include "StstgCommon.h"
+#include "StstgCommandList.h"
+#include "StstgInput.h"
 #include "StstgText.h"
-#include "TOVIPropertySetStorage.h"
-#include "TOVIPropertyStorage.h"
-#include "TOVXProperty.h"
 
 namespace ststg {
 
 namespace {
 
-std::string valueKind(int type) {
-    switch (type) {
-        case ValueTypeNotFound: return "not found";
-        case ValueTypeUnknown: return "unconverted";
-        case ValueTypeText: return "text";
-        case ValueTypeInteger: return "integer";
-        case ValueTypeFloat: return "float";
-        case ValueTypeBoolean: return "boolean";
-        case ValueTypeDate: return "date";
-        default: return "type " + std::to_string(type);
+// The name a property shows: its own from the dictionary, else its usual one where the
+// road adds those, else "-".
+std::string shownName(const PropertyRow& row, bool human) {
+    if (row.name.length() > 0) return displayName(row.name);
+    if (human && !row.label.empty()) return row.label;
+    return "-";
+}
+
+void printSetText(const PropertySetView& set, bool human, FILE* out) {
+    const TOVXString& beside = human ? set.stream : set.name;
+    std::fprintf(out, "%s%s%s\n", set.id.c_str(), beside.length() > 0 ? "  " : "", beside.length() > 0 ? displayName(beside).c_str() : "");
+    for (const PropertyRow& row : set.rows) {
+        const std::string value = human && !row.displayText.empty() ? row.displayText : displayName(row.value);
+        std::fprintf(out, "  0x%08X  %s  (%s)  %s\n", row.id, shownName(row, human).c_str(), row.kindWord.c_str(), value.c_str());
     }
 }
 
-// The sets of the root in container order; every pointer carries a reference of ours.
-class SetList {
-public:
-    explicit SetList(TOVIStorage& root) {
-        TOVIPropertySetStorage* container = root.getPropertySetStorage();
-        if (container != nullptr) container->GetPropertyStorages(sets_);
-    }
-    ~SetList() {
-        for (TOVIPropertyStorage* set : sets_) set->LowerReference();
-    }
-    SetList(const SetList&) = delete;
-    SetList& operator=(const SetList&) = delete;
-    const TOVXDynamicArray<TOVIPropertyStorage*>& sets() const { return sets_; }
-
-private:
-    TOVXDynamicArray<TOVIPropertyStorage*> sets_;
-};
-
-void printSetJson(TOVIPropertyStorage& set, bool firstSet, FILE* out) {
-    unsigned char id[16];
-    set.GetPropertyStorageID(id);
-    std::fprintf(out, "%s\n  {\"id\": \"%s\", \"name\": %s, \"properties\": [", firstSet ? "" : ",", guidText(id).c_str(),
-                 jsonString(set.GetPropertyStorageName().ToUtf8()).c_str());
-    const TOVXDynamicArray<TOVXPropertyHandle> properties = set.GetPropertyArray();
-    bool firstProperty = true;
-    for (const TOVXPropertyHandle& property : properties) {
-        if (static_cast<TOVXProperty*>(property) == nullptr) continue;
-        std::fprintf(out, "%s\n    {\"id\": %u, \"name\": %s, \"type\": %d, \"value\": %s}", firstProperty ? "" : ",",
-                     property->GetID(), jsonString(property->GetPropertyName().ToUtf8()).c_str(),
-                     static_cast<int>(property->GetValueType()), jsonString(property->GetValue().ToUtf8()).c_str());
-        firstProperty = false;
-    }
-    std::fprintf(out, "%s]}", firstProperty ? "" : "\n  ");
+void printRowJson(const PropertyRow& row, bool first, bool human, FILE* out) {
+    std::fprintf(out, "%s\n    {\"id\": %u, \"name\": %s, \"type\": %d, \"value\": %s", first ? "" : ",", row.id,
+                 jsonString(row.name.ToUtf8()).c_str(), row.type, jsonString(row.value.ToUtf8()).c_str());
+    if (human && !row.label.empty()) std::fprintf(out, ", \"label\": %s", jsonString(row.label).c_str());
+    if (human && !row.displayJson.empty()) std::fprintf(out, ", \"display\": %s", row.displayJson.c_str());
+    std::fputs("}", out);
 }
 
-void printSetText(TOVIPropertyStorage& set, FILE* out) {
-    unsigned char id[16];
-    set.GetPropertyStorageID(id);
-    const TOVXString name = set.GetPropertyStorageName();
-    std::fprintf(out, "%s%s%s\n", guidText(id).c_str(), name.length() > 0 ? "  " : "",
-                 name.length() > 0 ? displayName(name).c_str() : "");
-    const TOVXDynamicArray<TOVXPropertyHandle> properties = set.GetPropertyArray();
-    for (const TOVXPropertyHandle& property : properties) {
-        if (static_cast<TOVXProperty*>(property) == nullptr) continue;
-        const TOVXString propertyName = property->GetPropertyName();
-        std::fprintf(out, "  0x%08X  %s  (%s)  %s\n", property->GetID(),
-                     propertyName.length() > 0 ? displayName(propertyName).c_str() : "-",
-                     valueKind(property->GetValueType()).c_str(), displayName(property->GetValue()).c_str());
-    }
+void printSetJson(const PropertySetView& set, bool first, bool human, FILE* out) {
+    std::fprintf(out, "%s\n  {\"id\": %s, \"name\": %s", first ? "" : ",", jsonString(set.id).c_str(), jsonString(set.name.ToUtf8()).c_str());
+    if (human && set.stream.length() > 0) std::fprintf(out, ", \"stream\": %s", jsonString(set.stream.ToUtf8()).c_str());
+    std::fputs(", \"properties\": [", out);
+    for (size_t i = 0; i < set.rows.size(); ++i) printRowJson(set.rows[i], i == 0, human, out);
+    std::fprintf(out, "%s]}", set.rows.empty() ? "" : "\n  ");
 }
 
 }  // namespace
 
-int propsCommand(const std::vector<std::string>& arguments, const Console& console) {
-    bool json = false;
-    std::vector<std::string> files;
-    for (const std::string& argument : arguments) {
-        if (argument == "--json") json = true;
-        else if (argument.size() > 1 && argument[0] == '-') return usageError(console, "props", "unknown option '" + argument + "'");
-        else files.push_back(argument);
+int propsCommand(const Invocation& invocation, const Console& console) {
+    NamePath names;
+    std::string error;
+    const std::vector<std::string> path(invocation.operands.begin() + 1, invocation.operands.end());
+    if (!path.empty() && !parseNamePath(path, names, error)) return usageError(console, "props", error);
+    OpenedInput input;
+    if (!input.open(invocation.operands[0], invocation.road, console)) return kExitFailure;
+    Road& road = input.road();
+    std::vector<PropertySetView> sets;
+    if (!road.propertySets(names, sets)) {
+        const StreamRead read = road.read(names);
+        console.fail(input.shown(), read.outcome == StreamRead::Outcome::Read ? shownPath(names) + " is a stream, not a storage"
+                                                                               : "no storage " + shownPath(names) + " that can be opened");
+        return input.finish(kExitFailure, invocation.strict, console);
     }
-    if (files.size() != 1) return usageError(console, "props", files.empty() ? "missing FILE" : "too many arguments");
-    const std::string& file = files[0];
-    TOVXStoragePtr root = openCompoundFile(file, console);
-    if (root == nullptr) return kExitFailure;
-
-    const SetList list(*root);
-    if (json) std::fprintf(console.out, "{\"file\": %s, \"property_sets\": [", jsonString(file).c_str());
-    for (int i = 0; i < list.sets().Count(); ++i) {
-        TOVIPropertyStorage& set = **list.sets().At(i);
-        if (json) printSetJson(set, i == 0, console.out);
-        else printSetText(set, console.out);
+    const bool human = road.humanForms();
+    FILE* out = console.out;
+    if (invocation.json) std::fprintf(out, "{\"file\": %s, \"property_sets\": [", jsonString(input.shown()).c_str());
+    for (size_t i = 0; i < sets.size(); ++i) {
+        if (invocation.json) printSetJson(sets[i], i == 0, human, out);
+        else printSetText(sets[i], human, out);
     }
-    if (json) std::fprintf(console.out, "%s]}\n", list.sets().Count() > 0 ? "\n" : "");
-    if (std::fflush(console.out) != 0 || std::ferror(console.out)) {
-        console.fail("cannot write the output");
-        return kExitFailure;
-    }
-    return kExitOk;
+    if (invocation.json) std::fprintf(out, "%s]}\n", sets.empty() ? "" : "\n");
+    return input.finish(kExitOk, invocation.strict, console);
 }
 
 }  // namespace ststg

@@ -1,30 +1,48 @@
-#include <algorithm>
-
-#include "StstgCommands.h"
-#include "StstgCommon.h"
-#include "StstgHost.h"
+#include "StstgCommandList.h"
 
 namespace ststg {
 
-int run(const std::vector<std::string>& arguments, FILE* out, FILE* err) {
-    const Console console{out, err};
-    if (arguments.empty()) return usageError(console, "", "missing command");
-    const std::string& command = arguments[0];
-    if (isHelpOption(command)) {
+namespace {
+
+using Command = int (*)(const Invocation&, const Console&);
+
+struct Dispatch {
+    const char* name;
+    Command command;
+};
+
+const Dispatch kDispatch[] = {
+    {"tree", treeCommand},       {"cat", catCommand},     {"dump", dumpCommand},
+    {"extract", extractCommand}, {"props", propsCommand}, {"info", infoCommand},
+};
+
+}  // namespace
+
+int run(const std::vector<std::string>& arguments, FILE* out, FILE* err, FILE* in) {
+    const Console console{out, err, in};
+    Invocation invocation;
+    std::string error;
+    if (!parseInvocation(arguments, invocation, error)) {
+        if (invocation.commandHelp && printCommandHelp(invocation.command, out)) return kExitOk;
+        return usageError(console, invocation.command, error);
+    }
+    if (invocation.toolHelp) {
         printToolHelp(out);
         return kExitOk;
     }
-    if (command == "--host") return hostRun(std::vector<std::string>(arguments.begin() + 1, arguments.end()), out, err);
-    const std::vector<std::string> rest(arguments.begin() + 1, arguments.end());
-    if (std::any_of(rest.begin(), rest.end(), isHelpOption)) {
-        if (printCommandHelp(command, out)) return kExitOk;
-        return usageError(console, "", "unknown command '" + command + "'");
+    if (invocation.version) {
+        printVersion(out);
+        return kExitOk;
     }
-    if (command == "tree") return treeCommand(rest, console);
-    if (command == "cat") return catCommand(rest, console);
-    if (command == "extract") return extractCommand(rest, console);
-    if (command == "props") return propsCommand(rest, console);
-    return usageError(console, "", "unknown command '" + command + "'");
+    if (invocation.commandHelp) {
+        printCommandHelp(invocation.command, out);
+        return kExitOk;
+    }
+    for (const Dispatch& entry : kDispatch)
+        if (invocation.command == entry.name) return entry.command(invocation, console);
+    return usageError(console, "", "unknown command '" + invocation.command + "'");
 }
+
+int run(const std::vector<std::string>& arguments, FILE* out, FILE* err) { return run(arguments, out, err, stdin); }
 
 }  // namespace ststg

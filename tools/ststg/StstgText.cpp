@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "TOVStStorageConstants.h"
+#include "TOVXDate.h"
 
 namespace ststg {
 
@@ -149,9 +150,16 @@ std::string safeFileName(const TOVXString& name) {
     return TOVXString::FromUnits(reinterpret_cast<const unsigned short*>(safe.data()), static_cast<int>(safe.size())).ToUtf8();
 }
 
+std::string pathName(const TOVXString& name) {
+    std::string shown = displayName(name);
+    for (size_t slash = shown.find('/'); slash != std::string::npos; slash = shown.find('/', slash + 4))
+        shown.replace(slash, 1, "\\x2f");
+    return shown;
+}
+
 std::string shownPath(const std::vector<TOVXString>& names, size_t count) {
     std::string out;
-    for (size_t i = 0; i < count && i < names.size(); ++i) out += "/" + displayName(names[i]);
+    for (size_t i = 0; i < count && i < names.size(); ++i) out += "/" + pathName(names[i]);
     return out.empty() ? "/" : out;
 }
 
@@ -173,6 +181,55 @@ std::string guidText(const unsigned char* id) {
     std::snprintf(text, sizeof text, "{%02X%02X%02X%02X-%02X%02X-%02X%02X-%02X%02X-%02X%02X%02X%02X%02X%02X}", id[0], id[1],
                   id[2], id[3], id[4], id[5], id[6], id[7], id[8], id[9], id[10], id[11], id[12], id[13], id[14], id[15]);
     return text;
+}
+
+std::string clsidText(const unsigned char* stored) {
+    unsigned char printed[16];
+    const int order[8] = {3, 2, 1, 0, 5, 4, 7, 6};  // the three little-endian fields, turned round
+    for (int i = 0; i < 8; ++i) printed[i] = stored[order[i]];
+    for (int i = 8; i < 16; ++i) printed[i] = stored[i];
+    return guidText(printed);
+}
+
+std::string timeText(uint64_t ticks) {
+    FILETIME time;
+    time.dwLowDateTime = static_cast<uint32_t>(ticks);
+    time.dwHighDateTime = static_cast<uint32_t>(ticks >> 32);
+    TOVXString text;
+    TOVXDate::FormatDate(time, text, 1, false);
+    std::string shown = text.ToUtf8();  // "YYYY-MM-DD HH:MM:SS"
+    const size_t space = shown.find(' ');
+    if (space != std::string::npos) shown[space] = 'T';
+    return shown + "Z";
+}
+
+std::string hexDumpLine(uint64_t offset, const unsigned char* bytes, size_t count) {
+    char text[96];
+    int at = std::snprintf(text, sizeof text, "%08llx ", static_cast<unsigned long long>(offset));
+    for (size_t i = 0; i < 16; ++i) {
+        if (i == 8) text[at++] = ' ';
+        at += i < count ? std::snprintf(text + at, sizeof text - at, " %02x", bytes[i]) : std::snprintf(text + at, sizeof text - at, "   ");
+    }
+    at += std::snprintf(text + at, sizeof text - at, "  |");
+    for (size_t i = 0; i < count && i < 16; ++i) text[at++] = bytes[i] >= 0x20 && bytes[i] < 0x7F ? static_cast<char>(bytes[i]) : '.';
+    text[at++] = '|';
+    return std::string(text, static_cast<size_t>(at));
+}
+
+bool looksBinary(const unsigned char* bytes, size_t count) {
+    for (size_t i = 0; i < count; ++i) {
+        const unsigned char byte = bytes[i];
+        if (byte == '\t' || byte == '\n' || byte == '\r' || byte == '\f') continue;
+        if (byte < 0x20 || byte == 0x7F) return true;
+        if (byte < 0x80) continue;
+        std::u16string ignored;
+        size_t length = (byte & 0xE0) == 0xC0 ? 2 : (byte & 0xF0) == 0xE0 ? 3 : (byte & 0xF8) == 0xF0 ? 4 : 0;
+        // A sequence cut by the end of the bytes is not held against them.
+        if (length > 0 && i + length > count) return false;
+        if (length == 0 || !tovx::decodeUtf8(bytes + i, length, ignored)) return true;
+        i += length - 1;
+    }
+    return false;
 }
 
 }  // namespace ststg

@@ -2,6 +2,7 @@
 #define STSTG_TEXT_H
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -33,8 +34,12 @@ bool parseNameArgument(const std::string& argument, TOVXString& name, std::strin
 // starts either two hex digits or "empty".
 std::string safeFileName(const TOVXString& name);
 
-// "/A/B" for messages: the first `count` names of `names`, each as displayName shows it;
-// "/" for none.
+// A name as a path shows it: as displayName shows it, with a '/' inside the name as \x2f,
+// so that the path can be handed back to the commands as it is.
+std::string pathName(const TOVXString& name);
+
+// "/A/B" for messages and long listings: the first `count` names of `names`, each as
+// pathName shows it; "/" for none.
 std::string shownPath(const std::vector<TOVXString>& names, size_t count);
 inline std::string shownPath(const std::vector<TOVXString>& names) { return shownPath(names, names.size()); }
 
@@ -44,6 +49,20 @@ std::string kindName(int type);
 
 // A 16-byte id as "{XXXXXXXX-XXXX-XXXX-XXXX-XXXXXXXXXXXX}", the bytes in the order given.
 std::string guidText(const unsigned char* id);
+
+// A class id as a file stores it (the first three fields little-endian) in the same form.
+std::string clsidText(const unsigned char* stored);
+
+// A FILETIME of `ticks` as "YYYY-MM-DDTHH:MM:SSZ" (UTC).
+std::string timeText(uint64_t ticks);
+
+// One line of a hex dump: the offset, up to 16 bytes in hex, and the same bytes as text
+// with '.' for anything but printable ASCII.
+std::string hexDumpLine(uint64_t offset, const unsigned char* bytes, size_t count);
+
+// True when `bytes` are not text that a terminal shows as it is: control characters other
+// than tab, line feed, carriage return and form feed, or bytes that are not UTF-8.
+bool looksBinary(const unsigned char* bytes, size_t count);
 
 }  // namespace ststg
 

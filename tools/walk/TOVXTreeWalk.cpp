@@ -41,6 +41,30 @@ Frame frameOf(TOVIStorage& storage, TOVXStoragePtr owned) {
     return frame;
 }
 
+// How many more children the walk may list. Every entry of a directory whose links form a
+// tree is listed once at most, so a walk lists no more entries than the directory has slots;
+// a directory whose links list entries under several storages (sibling sets that overlap or
+// fan out) would otherwise make the walk list, and enumElements gather, the square of that
+// number. Once a storage's children would go past the bound, the walk goes into no further
+// storage: the cost of listing them was paid once, and is not paid again.
+struct ListingBudget {
+    uint64_t left;
+    bool spent = false;
+    bool take(int children) {
+        if (spent || static_cast<uint64_t>(children) > left) {
+            spent = true;
+            return false;
+        }
+        left -= static_cast<uint64_t>(children);
+        return true;
+    }
+};
+
+uint64_t directorySlots(TOVIStorage& root) {
+    const TOVStStorageFileInfo* image = root.getStStorageFileInfo();
+    return image != nullptr ? static_cast<uint64_t>(image->dirTable().Count()) : 0;
+}
+
 // Opens the child storage `entry` of `parent` when there is something to go into, and
 // says how that went. A storage is known by its child link: two storages with one child
 // link list the same children, so the second is never gone into.
@@ -70,6 +94,7 @@ TOVXStoragePtr descend(TOVIStorage& parent, TOVStStorageDirEntry& entry, std::un
 
 void TOVXTreeWalk::walk(TOVIStorage& root, const Visitor& visit) {
     std::unordered_set<uint32_t> childLinksSeen;
+    ListingBudget budget{directorySlots(root)};
     Path path;  // path.size() + 1 == stack.size() between items
     TOVStStorageDirEntry rootEntry = root.getDirectoryEntry();
     const uint32_t rootChild = rootEntry.getChild();
@@ -80,6 +105,7 @@ void TOVXTreeWalk::walk(TOVIStorage& root, const Visitor& visit) {
 
     std::vector<Frame> stack;
     stack.push_back(frameOf(root, nullptr));
+    budget.take(stack.back().children.Count());  // the root's children are each an entry of the directory
     while (!stack.empty()) {
         Frame& frame = stack.back();
         if (frame.next >= frame.children.Count()) {
@@ -90,14 +116,21 @@ void TOVXTreeWalk::walk(TOVIStorage& root, const Visitor& visit) {
         const int index = frame.next++;
         TOVStStorageDirEntry entry = *frame.children.At(index);
         path.push_back(entry.getName());
-        Descent descent = Descent::NotAStorage;
-        TOVXStoragePtr child = descend(*frame.storage, entry, childLinksSeen, descent);
+        Descent descent = Descent::BeyondDirectory;
+        TOVXStoragePtr child;
+        if (!budget.spent || !entry.isStorage() || isSpecialSector(entry.getChild()))
+            child = descend(*frame.storage, entry, childLinksSeen, descent);
+        Frame opened;
+        if (descent == Descent::Descended) {
+            TOVIStorage& storage = *child;
+            opened = frameOf(storage, std::move(child));
+            if (!budget.take(opened.children.Count())) descent = Descent::BeyondDirectory;
+        }
         visit(Item{path, entry, descent, frame.shadowed[static_cast<size_t>(index)], frame.storage});
         if (descent != Descent::Descended) {
             path.pop_back();
             continue;
         }
-        TOVIStorage& opened = *child;
-        stack.push_back(frameOf(opened, std::move(child)));  // `frame` is not used after this point
+        stack.push_back(std::move(opened));  // `frame` is not used after this point
     }
 }

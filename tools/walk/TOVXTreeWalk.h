@@ -11,8 +11,10 @@
 // Walks the tree of an opened file depth first, each storage's children in enumElements
 // order, and shows every entry it reaches to a visitor once. A storage is gone into once
 // at most: a directory whose child links loop, or two storages that share a name, cannot
-// make the walk repeat itself, so the walk ends on every file. It keeps the open ancestors
-// on an explicit stack, never recursing, and holds each name on the way down once.
+// make the walk repeat itself, so the walk ends on every file. It lists no more entries
+// than the directory has slots (TOVXResourceBounds.h): past that, the file lists some
+// entries more than once, and the walk goes into no further storage. It keeps the open
+// ancestors on an explicit stack, never recursing, and holds each name on the way down once.
 class TOVXTreeWalk {
 public:
     // What became of a child storage when the walk tried to go into it.
@@ -22,6 +24,10 @@ public:
         Descended,      // opened; its children follow
         Refused,        // openStorage refused it (an empty name, a damaged entry)
         AlreadyListed,  // its name leads to a storage whose children were listed already
+        // Not gone into: its children would take the walk past as many entries as the
+        // directory has slots, so the file lists some entries more than once (sibling sets
+        // that overlap or fan out); from then on the walk goes into no further storage.
+        BeyondDirectory,
     };
 
     // Names from the root's child down to an entry; empty for the root.

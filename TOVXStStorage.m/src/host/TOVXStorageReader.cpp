@@ -4,6 +4,7 @@
 #include <system_error>
 
 #include "TOVXMemoryManager.h"
+#include "TOVXResourceBounds.h"
 #include "TOVXStorageReaderInternal.h"
 #include "TOVXTemporaryFile.h"
 
@@ -64,28 +65,30 @@ bool copyWithoutReadOnly(const WCHAR* source, const WCHAR* copy) {
 // open on it goes on reading through its open file until CloseStorage, and nothing stays
 // behind. Where the system cannot remove a file in use, the copy stays, and the caller
 // removes it after CloseStorage by the path that OpenStorage gave it.
-void removeTemporaryFile(const TOVXFilePath& path) {
-    const std::string utf8 = path.GetPath().ToUtf8();
-    if (utf8.empty()) return;
-    std::error_code ignored;
-    std::filesystem::remove(std::filesystem::u8path(utf8), ignored);
+void removeTemporaryFile(const TOVXFilePath& path) noexcept {
+    tovxWithoutThrowing([&] {
+        const std::string utf8 = path.GetPath().ToUtf8();
+        if (utf8.empty()) return;
+        std::error_code ignored;
+        std::filesystem::remove(std::filesystem::u8path(utf8), ignored);
+    });
 }
 
 // Walks the direct children of `storage`, handing each record to `use`; every name the
 // platform hands out is freed once, whether `use` took it or not. False when the walk
-// could not start. A failing Next ends the walk as the end of the list does.
+// could not start. A failing Next ends the walk as the end of the list does. Memory that runs
+// out in `use` ends the walk too; the enumerator and the name are given back all the same.
 template <typename Use>
 bool walkChildren(IStorage* storage, Use use) {
     IEnumSTATSTG* elements = nullptr;
     const HRESULT code = storage->EnumElements(0, nullptr, 0, &elements);
     if (FAILED(code) || elements == nullptr) return false;
+    const TOVXReleasedAtEnd<IEnumSTATSTG> enumerator(elements);
     STATSTG record = {};
     while (elements->Next(1, &record, nullptr) == S_OK) {
+        const TOVXFreedAtEnd<WCHAR> name(record.pwcsName);
         use(record);
-        CoTaskMemFree(record.pwcsName);
-        record.pwcsName = nullptr;
     }
-    elements->Release();
     return true;
 }
 
@@ -130,7 +133,8 @@ bool tovxReleaseInterface(IUnknown* object) {
     return true;
 }
 
-bool IsStorageFile(const TOVXFilePath& path) {
+// Memory that runs out in a host function gives its failure result (TOVXResourceBounds.h).
+bool IsStorageFile(const TOVXFilePath& path) try {
     const WideText wide(path.GetPath());
     if (wide.get() == nullptr) return false;
     HRESULT code = StgIsStorageFile(wide.get());
@@ -146,9 +150,12 @@ bool IsStorageFile(const TOVXFilePath& path) {
         removeTemporaryFile(copyPath);  // the probe leaves no temporary file behind
     }
     return code == S_OK;
+} catch (...) {
+    return false;
 }
 
-IStorage* OpenStorage(const TOVXFilePath& path, TOVXFilePath& temporaryPath) {
+// Nothing that may run out of memory follows a successful open.
+IStorage* OpenStorage(const TOVXFilePath& path, TOVXFilePath& temporaryPath) try {
     const WideText wide(path.GetPath());
     if (wide.get() == nullptr) return nullptr;
     IStorage* storage = nullptr;
@@ -166,34 +173,43 @@ IStorage* OpenStorage(const TOVXFilePath& path, TOVXFilePath& temporaryPath) {
         removeTemporaryFile(temporaryPath);
     }
     return SUCCEEDED(code) ? storage : nullptr;
+} catch (...) {
+    return nullptr;
 }
 
-IStorage* OpenStorage(IStorage* parent, const TOVXString& name) {
+IStorage* OpenStorage(IStorage* parent, const TOVXString& name) try {
     if (parent == nullptr) return nullptr;
     const WideText wide(name);
     if (wide.get() == nullptr) return nullptr;
     IStorage* child = nullptr;
     const HRESULT code = parent->OpenStorage(wide.get(), nullptr, kChildMode, nullptr, 0, &child);
     return SUCCEEDED(code) ? child : nullptr;
+} catch (...) {
+    return nullptr;
 }
 
 bool CloseStorage(IStorage* storage) { return tovxReleaseInterface(storage); }
 
-bool GetChildElements(IStorage* storage, TOVXDynamicArray<TOVXStStorageElement>& out) {
+// Memory that runs out gives false; `out` may then hold some of the children.
+bool GetChildElements(IStorage* storage, TOVXDynamicArray<TOVXStStorageElement>& out) try {
     if (storage == nullptr) return false;
     walkChildren(storage, [&out](const STATSTG& record) {
         out.Add(TOVXStStorageElement(recordName(record), record.type == STGTY_STORAGE ? 1 : 0));
     });
     // Counts what `out` held before the call as well.
     return out.Count() > 0;
+} catch (...) {
+    return false;
 }
 
-bool GetFilteredChildNames(IStorage* storage, TOVXDynamicArray<TOVXString>& out, int kind) {
+bool GetFilteredChildNames(IStorage* storage, TOVXDynamicArray<TOVXString>& out, int kind) try {
     if (storage == nullptr) return false;
     return walkChildren(storage, [&out, kind](const STATSTG& record) {
         const bool wanted = (kind == 1 && record.type == STGTY_STORAGE) || (kind == 0 && record.type == STGTY_STREAM);
         if (wanted) out.Add(recordName(record));
     });
+} catch (...) {
+    return false;
 }
 
 bool GetStorageNames(IStorage* storage, TOVXDynamicArray<TOVXString>& out) {
@@ -204,18 +220,22 @@ bool GetStreamNames(IStorage* storage, TOVXDynamicArray<TOVXString>& out) {
     return GetFilteredChildNames(storage, out, 0);
 }
 
-bool GetStreamStorageNames(IStorage* storage, TOVXDynamicArray<TOVXString>& out) {
+bool GetStreamStorageNames(IStorage* storage, TOVXDynamicArray<TOVXString>& out) try {
     if (storage == nullptr) return false;
     return walkChildren(storage, [&out](const STATSTG& record) { out.Add(recordName(record)); });
+} catch (...) {
+    return false;
 }
 
-IStream* OpenStream(IStorage* storage, const TOVXString& name) {
+IStream* OpenStream(IStorage* storage, const TOVXString& name) try {
     if (storage == nullptr) return nullptr;
     const WideText wide(name);
     if (wide.get() == nullptr) return nullptr;
     IStream* stream = nullptr;
     const HRESULT code = storage->OpenStream(wide.get(), nullptr, STGM_READ | STGM_SHARE_EXCLUSIVE, 0, &stream);
     return SUCCEEDED(code) ? stream : nullptr;
+} catch (...) {
+    return nullptr;
 }
 
 bool ReadStream(IStream* stream, unsigned char* buffer, uint32_t count) {

@@ -8,6 +8,7 @@
 #include "TOVXProperty.h"
 #include "TOVXPropertyContainer.h"
 #include "TOVXPropertyHandle.h"
+#include "TOVXResourceBounds.h"
 #include "TOVXStorageReaderInternal.h"
 
 namespace {
@@ -132,31 +133,35 @@ TOVXResult TOVXStructuredStorageUtils::OpenPropertySetWithId(IStorage* storage, 
     return result;
 }
 
+// Memory that runs out gives TOVX_E_FAIL, in every function of the class (TOVXResourceBounds.h).
 TOVXResult TOVXStructuredStorageUtils::OpenPropertySetWithName(IPropertySetStorage* sets, int propertyId,
-                                                               const TOVXString& name, IPropertyStorage*& out) {
+                                                               const TOVXString& name, IPropertyStorage*& out) try {
     if (sets == nullptr) return TOVXResult(TOVX_E_NULL_POINTER);
     TOVXResult result(TOVX_E_FAIL);
     IEnumSTATPROPSETSTG* records = nullptr;
     if (FAILED(sets->Enum(&records)) || records == nullptr) return result;
+    const TOVXReleasedAtEnd<IEnumSTATPROPSETSTG> enumerator(records);
     STATPROPSETSTG record;
     std::memset(&record, 0, sizeof record);
     while (records->Next(1, &record, nullptr) == S_OK) {
         IPropertyStorage* set = nullptr;
         if (FAILED(sets->Open(record.fmtid, kSetMode, &set)) || set == nullptr) continue;
+        // Sets open exclusively: this one goes before the next is opened, unless it is the one.
+        const TOVXReleasedAtEnd<IPropertyStorage> opened(set);
         TOVXString value;
         int valueType = ValueTypeNotFound;
         // A set without the property reads as empty text, so an empty `name` takes it.
         result = GetValueWithId(propertyId, set, value, valueType);
         if (value.equals(name)) {
             out = set;
+            set = nullptr;
             result = TOVX_OK;
             break;
         }
-        // Sets open exclusively: this one goes before the next is opened.
-        set->Release();
     }
-    records->Release();
     return result;
+} catch (...) {
+    return TOVXResult(TOVX_E_FAIL);
 }
 
 TOVXResult TOVXStructuredStorageUtils::OpenAllPropertyStorages(IPropertySetStorage* sets,
@@ -170,7 +175,10 @@ TOVXResult TOVXStructuredStorageUtils::OpenAllPropertyStorages(IPropertySetStora
         std::memset(&record, 0, sizeof record);
         while (records->Next(1, &record, nullptr) == S_OK) {
             IPropertyStorage* set = nullptr;
-            if (sets->Open(record.fmtid, kSetMode, &set) == S_OK) out.Add(set);
+            if (sets->Open(record.fmtid, kSetMode, &set) != S_OK) continue;
+            const int before = out.Count();
+            out.Add(set);
+            if (out.Count() == before) set->Release();  // no memory left to hold it
         }
     }
     if (records != nullptr) records->Release();
@@ -186,7 +194,7 @@ bool TOVXStructuredStorageUtils::ClosePropertySetStorage(IPropertySetStorage* se
 bool TOVXStructuredStorageUtils::ClosePropertyStorage(IPropertyStorage* set) { return tovxReleaseInterface(set); }
 
 TOVXResult TOVXStructuredStorageUtils::ConvertValueToString(const PROPVARIANT& value, TOVXString& text,
-                                                            int& valueType) {
+                                                            int& valueType) try {
     switch (value.vt) {
         // Strings are assigned at once, even when empty; the wide string is the exception.
         case VT_BSTR:
@@ -218,6 +226,8 @@ TOVXResult TOVXStructuredStorageUtils::ConvertValueToString(const PROPVARIANT& v
     // Floating-point numbers show a point whatever the locale's decimal mark.
     text = value.vt == VT_R4 || value.vt == VT_R8 ? work.replace(kComma, kFullStop) : work;
     return TOVXResult(TOVX_OK);
+} catch (...) {
+    return TOVXResult(TOVX_E_FAIL);
 }
 
 TOVXResult TOVXStructuredStorageUtils::GetValueWithId(int propertyId, IPropertyStorage* set, TOVXString& value,
@@ -233,7 +243,7 @@ TOVXResult TOVXStructuredStorageUtils::GetValueWithId(int propertyId, IPropertyS
 }
 
 TOVXResult TOVXStructuredStorageUtils::GetValueWithName(const TOVXString& name, IPropertyStorage* set,
-                                                        TOVXString& value, int& valueType) {
+                                                        TOVXString& value, int& valueType) try {
     if (set == nullptr) return TOVXResult(TOVX_E_NULL_POINTER);
     valueType = ValueTypeNotFound;
     value = TOVXString();
@@ -250,30 +260,37 @@ TOVXResult TOVXStructuredStorageUtils::GetValueWithName(const TOVXString& name, 
     const TOVXResult result = readValue(set, spec, value, valueType);
     TOVXReleaseWideChars(wide);
     return result;
+} catch (...) {
+    return TOVXResult(TOVX_E_FAIL);
 }
 
-TOVXResult TOVXStructuredStorageUtils::GetPropertySetName(int propertyId, IPropertyStorage* set, TOVXString& name) {
+TOVXResult TOVXStructuredStorageUtils::GetPropertySetName(int propertyId, IPropertyStorage* set, TOVXString& name) try {
     if (set == nullptr) return TOVXResult(TOVX_E_NULL_POINTER);
     TOVXResult result(TOVX_E_FAIL);
     name = TOVXString();
     const PROPID id = static_cast<PROPID>(propertyId);
     LPOLESTR text = nullptr;
     const HRESULT code = set->ReadPropertyNames(1, &id, &text);
+    const TOVXFreedAtEnd<OLECHAR> given(text);
     name = wideText(text);  // null for a property without a name: empty text
     if (code == S_OK) result = TOVX_OK;
-    CoTaskMemFree(text);
     return result;
+} catch (...) {
+    return TOVXResult(TOVX_E_FAIL);
 }
 
-TOVXResult TOVXStructuredStorageUtils::GetAllPropertySets(IPropertyStorage* set, TOVXPropertyContainerHandle& out) {
+TOVXResult TOVXStructuredStorageUtils::GetAllPropertySets(IPropertyStorage* set, TOVXPropertyContainerHandle& out) try {
     if (set == nullptr) return TOVXResult(TOVX_E_NULL_POINTER);
     TOVXResult result(TOVX_E_FAIL);
     IEnumSTATPROPSTG* records = nullptr;
     if (FAILED(set->Enum(&records)) || records == nullptr) return result;
+    const TOVXReleasedAtEnd<IEnumSTATPROPSTG> enumerator(records);
     TOVXDynamicArray<TOVXPropertyHandle> properties;
     STATPROPSTG record;
     std::memset(&record, 0, sizeof record);
     while (records->Next(1, &record, nullptr) == S_OK) {
+        // The name comes from the set's dictionary alone; the record's copy is not used.
+        const TOVXFreedAtEnd<OLECHAR> recordName(record.lpwstrName);
         const int id = static_cast<int>(record.propid);
         TOVXString name;
         TOVXString value;
@@ -284,13 +301,11 @@ TOVXResult TOVXStructuredStorageUtils::GetAllPropertySets(IPropertyStorage* set,
         const TOVXPropertyHandle property(tovxNew<TOVXProperty>(name, static_cast<ValueType>(valueType), value));
         if (property.IsValid()) property->SetID(record.propid);
         properties.Add(property);  // an empty handle too, when no memory was left
-        // The name comes from the set's dictionary alone; the record's copy is not used.
-        CoTaskMemFree(record.lpwstrName);
-        record.lpwstrName = nullptr;
     }
     out = TOVXPropertyContainerHandle(tovxNew<TOVXPropertyContainer>(properties, TOVXString()));
     const TOVXPropertyContainer* container = out;
     if (container != nullptr && out->GetNumberOfUserProperties() > 0) result = TOVX_OK;
-    records->Release();
     return result;
+} catch (...) {
+    return TOVXResult(TOVX_E_FAIL);
 }

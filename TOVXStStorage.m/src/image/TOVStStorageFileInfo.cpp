@@ -10,10 +10,11 @@
 #include "TOVStSectorChain.h"
 #include "TOVStStorageConstants.h"
 #include "TOVXMemoryManager.h"
+#include "TOVXResourceBounds.h"
 
-// Resource bounds of an image. Opening a file of N bytes reads each table sector from the
-// file once and walks each chain once, so it takes time O(N) beside a fixed amount, and it
-// allocates at most a small constant times N beside a fixed amount:
+// The image's part of the promise in TOVXResourceBounds.h. Opening a file of N bytes reads each
+// table sector from the file once and walks each chain once, so it takes time O(N) beside a
+// fixed amount, and it allocates at most a small constant times N beside a fixed amount:
 //  - a FAT chain (directory, mini FAT, mini stream, a stream) visits at most the file's
 //    sector count, and a mini chain at most the file's size in mini sectors;
 //  - the DIFAT walk visits at most difatSectorBound() sectors, whatever the header claims, so
@@ -45,11 +46,13 @@ uint32_t fileSizeOf(FILE* stream) {
 }  // namespace
 
 // Table sectors by file position, so that a sector that the tables name again (a header whose
-// unused FAT-list words are 0 names sector 0 up to 900 times) is read from the file once.
+// unused FAT-list words are 0 names sector 0 up to 900 times; a DIFAT read as zeros names it
+// 30,000 times) is read from the file and decoded into words once.
 struct TOVStStorageFileInfo::LoadCache {
     explicit LoadCache(uint32_t size) : sectorSize(size), zeros(size, 0) {}
     uint32_t sectorSize;
     std::unordered_map<uint32_t, std::vector<unsigned char>> sectors;  // by file position
+    std::unordered_map<uint32_t, std::vector<unsigned int>> words;     // the same, decoded
     std::vector<unsigned char> zeros;  // every sector wholly past the file's end
 };
 
@@ -58,15 +61,33 @@ struct TOVStStorageFileInfo::LoadCache {
 TOVStStorageFileInfo::TOVStStorageFileInfo() = default;
 
 TOVStStorageFileInfo::TOVStStorageFileInfo(const TOVXFilePath& path) {
+    FILE* stream = nullptr;
+    if (!tovxWithoutThrowing(false, [&] { return load(path, stream); })) {
+        // Memory ran out: the image is invalid and holds no tables, as a refused file's does.
+        loadCache = nullptr;
+        valid = false;
+        fatSectors = TOVXDynamicArray<unsigned int>();
+        miniFatSectors = TOVXDynamicArray<unsigned int>();
+        difSectors = TOVXDynamicArray<unsigned int>();
+        dirEntries = TOVXDynamicArray<TOVStStorageDirEntry>();
+        miniStream = TOVXDynamicArray<unsigned char>();
+    }
+    if (stream != nullptr) std::fclose(stream);
+    tovxDeallocate(header.headerFatSectors);
+    header.headerFatSectors = nullptr;
+}
+
+// The whole load; false only when memory ran out. `stream` is the caller's to close.
+bool TOVStStorageFileInfo::load(const TOVXFilePath& path, FILE*& stream) {
     filePath = path;
-    FILE* stream = filePath.OpenFile("rb");
+    stream = filePath.OpenFile("rb");
     littleEndian = true;
     if (stream != nullptr) {
         fileBytes = fileSizeOf(stream);
         setHeader(stream);
     }
     valid = false;
-    if (stream == nullptr) return;
+    if (stream == nullptr) return true;
     if (checkHeader()) {
         const uint32_t size = sectorSize();
         // Every walk visits at least its start sector, even in a file that ends inside the header.
@@ -82,9 +103,7 @@ TOVStStorageFileInfo::TOVStStorageFileInfo(const TOVXFilePath& path) {
         loadCache = nullptr;
         valid = true;
     }
-    std::fclose(stream);
-    tovxDeallocate(header.headerFatSectors);
-    header.headerFatSectors = nullptr;
+    return true;
 }
 
 TOVStStorageFileInfo::TOVStStorageFileInfo(const TOVStStorageFileInfo& other) { copyFrom(other); }
@@ -205,10 +224,16 @@ const unsigned char* TOVStStorageFileInfo::tableSector(FILE* stream, uint32_t se
 // Appends the words of one whole table sector.
 void TOVStStorageFileInfo::appendTableSector(FILE* stream, uint32_t sector, TOVXDynamicArray<unsigned int>& table) {
     const uint32_t entries = loadCache->sectorSize / 4;
-    const unsigned char* bytes = tableSector(stream, sector);
-    unsigned int words[1024];
-    for (uint32_t i = 0; i < entries; ++i) words[i] = readWord(&bytes[i * 4]);
-    table.AddRun(words, static_cast<int>(entries));
+    // Every sector past the file's end reads as the same zeros, and shares one entry.
+    const uint32_t position = getEquivalentFatBytePos(sector);
+    const bool pastTheFile = position > kLargestPosition || position >= fileBytes;
+    std::vector<unsigned int>& words = loadCache->words[pastTheFile ? UINT32_MAX : position];
+    if (words.empty()) {
+        const unsigned char* bytes = tableSector(stream, sector);
+        words.resize(entries);
+        for (uint32_t i = 0; i < entries; ++i) words[i] = readWord(&bytes[i * 4]);
+    }
+    table.AddRun(words.data(), static_cast<int>(entries));
 }
 
 // ---- allocation tables ----------------------------------------------------------------

@@ -36,7 +36,7 @@ TOVXResult TOVIPropertySetStorage::GetPropertyStorageWithID(const unsigned char*
     return result;
 }
 
-TOVXResult TOVIPropertySetStorage::GetPropertyStorageWithName(const TOVXString& name, TOVIPropertyStorage*& storage) {
+TOVXResult TOVIPropertySetStorage::GetPropertyStorageWithName(const TOVXString& name, TOVIPropertyStorage*& storage) try {
     TOVXResult result(TOVX_E_FAIL);
     storage = nullptr;
     const int count = propertyStorages.Count();
@@ -49,6 +49,8 @@ TOVXResult TOVIPropertySetStorage::GetPropertyStorageWithName(const TOVXString& 
         break;
     }
     return result;
+} catch (...) {  // memory ran out (TOVXResourceBounds.h)
+    return TOVXResult(TOVX_E_FAIL);
 }
 
 void TOVIPropertySetStorage::GetPropertyStorages(TOVXDynamicArray<TOVIPropertyStorage*>& storages) {
@@ -56,7 +58,8 @@ void TOVIPropertySetStorage::GetPropertyStorages(TOVXDynamicArray<TOVIPropertySt
     for (int i = 0; i < count; ++i) {
         TOVIPropertyStorage* storage = *propertyStorages.At(i);
         if (storage == nullptr) continue;
-        storage->RaiseReference();
+        const int before = storages.Count();
         storages.Add(storage);
+        if (storages.Count() > before) storage->RaiseReference();  // a reference only for a pointer handed out
     }
 }

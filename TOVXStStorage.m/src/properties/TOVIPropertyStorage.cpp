@@ -8,6 +8,7 @@
 #include "TOVXCodePage.h"
 #include "TOVXDate.h"
 #include "TOVXMemoryManager.h"
+#include "TOVXResourceBounds.h"
 
 namespace {
 
@@ -24,16 +25,6 @@ enum TypeCode : uint32_t {
     kUI1 = 17, kUI2 = 18, kUI4 = 19, kI8 = 20, kUI8 = 21, kLpstr = 30, kLpwstr = 31,
     kFiletime = 64, kClsid = 72,
 };
-
-// What one stream may cost to parse, whatever it claims: a small multiple of its size.
-// Producers read each string and each dictionary once; only a crafted stream points many
-// table entries at one long text or one large dictionary, which would cost the square of
-// its size. Past these budgets, further strings read empty and further dictionaries are
-// not read.
-constexpr uint64_t kTextBudgetPerByte = 16;
-constexpr uint64_t kTextBudgetFixed = 65536;
-constexpr uint64_t kDictionaryReadsPerEntry = 4;
-constexpr uint64_t kDictionaryEntriesFixed = 4096;
 
 // A value's text is made in a field of 260 characters, terminator included: longer text is cut.
 constexpr size_t kFormatField = 260;
@@ -54,6 +45,12 @@ bool isSignedConversion(const char* format) {
 }
 
 bool hasLongModifier(const char* format) { return std::strchr(format, 'l') != nullptr; }
+
+// Scratch from the memory manager, given back however the work with it ends.
+struct Scratch {
+    void* block;
+    ~Scratch() { tovxDeallocate(block); }
+};
 
 }  // namespace
 
@@ -92,13 +89,16 @@ TOVIPropertyStorage::~TOVIPropertyStorage() {
 
 // ---- The stream header ------------------------------------------------------------------
 
-bool TOVIPropertyStorage::InitializeFromBuffer(const unsigned char* streamBytes, int size) {
+// Memory that runs out ends the parse: the set keeps the properties made before (TOVXResourceBounds.h).
+bool TOVIPropertyStorage::InitializeFromBuffer(const unsigned char* streamBytes, int size) try {
     buffer = streamBytes;
     bufferSize = size;
-    textBudget = kTextBudgetPerByte * static_cast<uint32_t>(size) + kTextBudgetFixed;
-    // Each dictionary entry takes at least eight bytes of the stream; dictionaries at different
-    // places may overlap, so the entries read in all are bounded by a multiple of that.
-    dictionaryBudget = kDictionaryReadsPerEntry * (static_cast<uint32_t>(size) / 8u) + kDictionaryEntriesFixed;
+    // What one stream may cost to parse, whatever it claims (TOVXResourceBounds.h): producers
+    // read each string and each dictionary once; only a crafted stream points many table
+    // entries at one long text or one large dictionary. Past these budgets, further strings
+    // read empty and further dictionary entries are not read.
+    textBudget = tovxbounds::textBudget(static_cast<uint32_t>(size));
+    dictionaryBudget = tovxbounds::dictionaryBudget(static_cast<uint32_t>(size));
     Cursor cursor = buffer;
     byteOrder = ReadUnsignedShort(cursor);
     if (byteOrder != kByteOrderMark) return false;  // there is no big-endian reading
@@ -123,6 +123,8 @@ bool TOVIPropertyStorage::InitializeFromBuffer(const unsigned char* streamBytes,
     if (sectionCount == 2) ReadExtendedSection();
     MergeDisplayNames();
     return true;
+} catch (...) {
+    return true;  // the header passed: memory runs out only in the parse behind it
 }
 
 void TOVIPropertyStorage::ReadExtendedSection() {
@@ -249,14 +251,14 @@ TOVXString TOVIPropertyStorage::ReadMBCSString(Cursor& cursor, bool align) {
         cursor += length;
     } else {
         // One byte more than the length, kept zero: a string with no terminator inside its length ends at its length.
-        unsigned char* block = static_cast<unsigned char*>(tovxAllocate(length + 1u));
+        const Scratch scratch{tovxAllocate(length + 1u)};
+        unsigned char* block = static_cast<unsigned char*>(scratch.block);
         if (block != nullptr) {
             std::memcpy(block, cursor, length);  // all `length` bytes lie inside the buffer
             cursor += length;
             block[length] = 0;
             text = decodeNarrow(block, length);
         }
-        tovxDeallocate(block);
     }
     if (align)
         for (uint32_t pad = (4 - length % 4) % 4; pad > 0; --pad) ReadByte(cursor);
@@ -273,7 +275,8 @@ TOVXString TOVIPropertyStorage::ReadUTF16String(Cursor& cursor, bool align, bool
     if (!takeFromTextBudget(static_cast<uint64_t>(units) * 2)) {
         cursor += static_cast<size_t>(units) * 2;
     } else {
-        unsigned short* block = static_cast<unsigned short*>(tovxAllocate(units * 2u));
+        const Scratch scratch{tovxAllocate(units * 2u)};
+        unsigned short* block = static_cast<unsigned short*>(scratch.block);
         if (block != nullptr) {
             uint32_t end = units;  // a string with no terminator inside its length ends at its length
             for (uint32_t i = 0; i < units; ++i) {
@@ -283,7 +286,6 @@ TOVXString TOVIPropertyStorage::ReadUTF16String(Cursor& cursor, bool align, bool
             }
             text = TOVXString::FromUnits(block, static_cast<int>(end));
         }
-        tovxDeallocate(block);
     }
     if (align) {
         const uint32_t pad = lengthInFront ? (4 - word % 4) % 4 : (units % 2) * 2;
@@ -473,13 +475,15 @@ TOVXPropertyHandle TOVIPropertyStorage::GetPropertyWithID(int id) {
     return TOVXPropertyHandle(nullptr);
 }
 
-TOVXPropertyHandle TOVIPropertyStorage::GetPropertyWithName(const TOVXString& name) {
+TOVXPropertyHandle TOVIPropertyStorage::GetPropertyWithName(const TOVXString& name) try {
     const int count = properties.Count();
     for (int i = 0; i < count; ++i) {
         const TOVXPropertyHandle& handle = *properties.At(i);
         // GetName gives UTF-8, which the "US-ASCII" decoding reads back whole, so names beyond ASCII match too.
         if (handle.IsValid() && TOVXString(handle->GetName(), "US-ASCII").equals(name)) return handle;
     }
+    return TOVXPropertyHandle(nullptr);
+} catch (...) {  // memory ran out (TOVXResourceBounds.h)
     return TOVXPropertyHandle(nullptr);
 }
 

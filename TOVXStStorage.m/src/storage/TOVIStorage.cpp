@@ -2,12 +2,14 @@
 
 #include <algorithm>
 #include <cstring>
+#include <memory>
 #include <unordered_set>
 #include <vector>
 
 #include "TOVStSectorChain.h"
 #include "TOVStStorageConstants.h"
 #include "TOVXMemoryManager.h"
+#include "TOVXResourceBounds.h"
 
 namespace {
 
@@ -17,6 +19,19 @@ bool endsSiblingBranch(uint32_t link) { return link == ENDOFCHAIN || link == FRE
 // Indices that, read as signed 32-bit values, are negative never name an entry.
 bool namesEntry(uint32_t index, uint32_t tableSize) { return static_cast<int32_t>(index) >= 0 && index < tableSize; }
 
+// Holds a storage or stream made for an out pointer until the operation succeeds, so that
+// memory running out half way leaves nothing behind.
+template <typename T>
+struct Made {
+    T* object = nullptr;
+    ~Made() { tovxDelete(object); }
+    T* release() {
+        T* kept = object;
+        object = nullptr;
+        return kept;
+    }
+};
+
 }  // namespace
 
 // ---- construction ---------------------------------------------------------------------
@@ -24,21 +39,30 @@ bool namesEntry(uint32_t index, uint32_t tableSize) { return static_cast<int32_t
 TOVIStorage::TOVIStorage(const TOVXFilePath& path) : stStorageFileInfo(nullptr) {
     stStorageFileInfo = tovxNew<TOVStStorageFileInfo>(path);
     // A file that does not load leaves the invalid image in place and the default entry.
-    if (stStorageFileInfo != nullptr && stStorageFileInfo->checkValidity())
+    if (stStorageFileInfo == nullptr || !stStorageFileInfo->checkValidity()) return;
+    const bool copied = tovxWithoutThrowing(false, [&] {
         directoryEntry = stStorageFileInfo->getRootDirEntry();
+        return true;
+    });
+    if (copied) return;
+    // Memory ran out: the storage is left without image, as a default-made one.
+    tovxDelete(stStorageFileInfo);
+    stStorageFileInfo = nullptr;
+    directoryEntry = TOVStStorageDirEntry();
 }
 
 TOVIStorage::TOVIStorage() : stStorageFileInfo(nullptr) {}
 
+// A copy that runs out of memory is left without image, as a default-made storage.
 TOVIStorage::TOVIStorage(const TOVIStorage& other)
     : stStorageFileInfo(nullptr),
-      directoryEntry(other.directoryEntry),
       elements(other.elements),
       propertySetStorage(other.propertySetStorage) {
+    tovxWithoutThrowing([&] { directoryEntry = other.directoryEntry; });
     if (other.stStorageFileInfo != nullptr) setStStorageFileInfo(other.stStorageFileInfo);
 }
 
-TOVIStorage& TOVIStorage::operator=(const TOVIStorage& other) {
+TOVIStorage& TOVIStorage::operator=(const TOVIStorage& other) try {
     if (&other == this) return *this;
     if (other.stStorageFileInfo != nullptr) {
         setStStorageFileInfo(other.stStorageFileInfo);
@@ -51,6 +75,11 @@ TOVIStorage& TOVIStorage::operator=(const TOVIStorage& other) {
     propertySetStorage = other.propertySetStorage;
     children.reset();  // rebuilt from the new list when a search needs it
     return *this;
+} catch (...) {  // memory ran out: the storage is left without image
+    tovxDelete(stStorageFileInfo);
+    stStorageFileInfo = nullptr;
+    children.reset();
+    return *this;
 }
 
 TOVIStorage::~TOVIStorage() {
@@ -61,13 +90,15 @@ TOVIStorage::~TOVIStorage() {
 
 // An image held before is released: the storage owns exactly one image at a time.
 void TOVIStorage::setStStorageFileInfo(TOVStStorageFileInfo* info) {
-    TOVStStorageFileInfo* copy = info != nullptr ? tovxNew<TOVStStorageFileInfo>(*info) : nullptr;
+    TOVStStorageFileInfo* copy =
+        info != nullptr ? tovxWithoutThrowing<TOVStStorageFileInfo*>(nullptr, [&] { return tovxNew<TOVStStorageFileInfo>(*info); })
+                        : nullptr;
     tovxDelete(stStorageFileInfo);
     stStorageFileInfo = copy;
 }
 
 int TOVStgOpenStorage(const TOVXFilePath& path, TOVIStorage** ppStorage) {
-    TOVIStorage* storage = tovxNew<TOVIStorage>(path);
+    TOVIStorage* storage = tovxWithoutThrowing<TOVIStorage*>(nullptr, [&] { return tovxNew<TOVIStorage>(path); });
     if (storage != nullptr && storage->getStStorageFileInfo() != nullptr &&
         storage->getStStorageFileInfo()->checkValidity()) {
         *ppStorage = storage;
@@ -102,7 +133,9 @@ void TOVIStorage::getColleagueIndexArray(uint32_t index, TOVXDynamicArray<uint32
     }
 }
 
-int TOVIStorage::enumElements(TOVXDynamicArray<TOVStStorageDirEntry>& out) {
+// The list is made apart and becomes the cache whole: memory that runs out half way leaves
+// the cache empty, to be built again by the next call.
+int TOVIStorage::enumElements(TOVXDynamicArray<TOVStStorageDirEntry>& out) try {
     // An empty cache counts as not yet built, so a storage without children walks again each time.
     if (elements.Count() == 0) {
         const uint32_t child = directoryEntry.getChild();
@@ -113,13 +146,17 @@ int TOVIStorage::enumElements(TOVXDynamicArray<TOVStStorageDirEntry>& out) {
         if (stStorageFileInfo != nullptr) {
             const TOVXDynamicArray<TOVStStorageDirEntry>& table = stStorageFileInfo->dirTable();
             const uint32_t tableSize = static_cast<uint32_t>(table.Count());
-            elements.Reserve(indices.Count());
+            TOVXDynamicArray<TOVStStorageDirEntry> found;
+            found.Reserve(indices.Count());
             for (const uint32_t index : indices)
-                if (namesEntry(index, tableSize)) elements.Add(*table.At(static_cast<int>(index)));
+                if (namesEntry(index, tableSize)) found.Add(*table.At(static_cast<int>(index)));
+            elements = found;
         }
     }
     out = elements;
     return out.Count() > 0 ? 0 : -1;
+} catch (...) {  // memory ran out (TOVXResourceBounds.h)
+    return -1;
 }
 
 const TOVIStorage::ChildIndex* TOVIStorage::childIndex() {
@@ -163,21 +200,21 @@ bool TOVIStorage::searchStream(const TOVXString& name, TOVStStorageDirEntry& ent
     return findChild(name, false, entry);
 }
 
-int TOVIStorage::openStorage(const TOVXString& name, TOVIStorage** ppStorage) {
+int TOVIStorage::openStorage(const TOVXString& name, TOVIStorage** ppStorage) try {
+    *ppStorage = nullptr;
     TOVStStorageDirEntry entry;
-    if (!searchStorage(name, entry, true) || !entry.isValid() || !entry.isStorage()) {
-        *ppStorage = nullptr;
-        return -1;
-    }
-    TOVIStorage* storage = tovxNew<TOVIStorage>();
-    *ppStorage = storage;
-    if (storage == nullptr) return -1;
-    storage->setDirectoryEntry(entry);
-    storage->setStStorageFileInfo(stStorageFileInfo);
+    if (!searchStorage(name, entry, true) || !entry.isValid() || !entry.isStorage()) return -1;
+    Made<TOVIStorage> storage{tovxNew<TOVIStorage>()};
+    if (storage.object == nullptr) return -1;
+    storage.object->setDirectoryEntry(entry);
+    storage.object->setStStorageFileInfo(stStorageFileInfo);
     // The sub-storage shares this storage's property sets; on a root this may run the discovery.
     TOVIPropertySetStorage* sets = getPropertySetStorage();
-    if (sets != nullptr) storage->setPropertySetStorage(sets);
+    if (sets != nullptr) storage.object->setPropertySetStorage(sets);
+    *ppStorage = storage.release();
     return 0;
+} catch (...) {  // memory ran out (TOVXResourceBounds.h)
+    return -1;
 }
 
 // ---- property sets --------------------------------------------------------------------
@@ -186,24 +223,37 @@ void TOVIStorage::setPropertySetStorage(TOVIPropertySetStorage* storage) {
     propertySetStorage = TOVIPropertySetStorageHandle(storage);
 }
 
-TOVIPropertySetStorage* TOVIStorage::getPropertySetStorage() {
+TOVIPropertySetStorage* TOVIStorage::getPropertySetStorage() try {
     if (!propertySetStorage.IsValid()) propertySetStorage = TOVIPropertySetStorageHandle(tovxNew<TOVIPropertySetStorage>());
     TOVIPropertySetStorage* container = propertySetStorage;
     // Only a root discovers; a filled container counts as done, an empty one is filled again.
     if (!directoryEntry.isRoot() || container == nullptr || container->GetPropertyStorageCount() != 0) return container;
-    // Every immediate child stream whose name begins with the unit 5, in directory order.
+    // Every immediate child stream whose name begins with the unit 5, in directory order, while
+    // the streams read hold fewer bytes than the file (TOVXResourceBounds.h): streams whose
+    // chains share sectors, or namesakes that all lead to the first, could otherwise make the
+    // discovery read, and the sets keep, the square of the file's size.
     const ChildIndex* index = childIndex();
-    if (index == nullptr) return container;
-    for (const int position : index->propertySetStreams) addPropertySet(elements.At(position)->getName(), *container);
+    if (index == nullptr || stStorageFileInfo == nullptr) return container;
+    const uint64_t budget = tovxbounds::propertySetBytesIn(stStorageFileInfo->fileSize());
+    uint64_t read = 0;
+    for (const int position : index->propertySetStreams) {
+        if (read >= budget) break;
+        read += addPropertySet(elements.At(position)->getName(), *container);
+    }
     return container;
+} catch (...) {  // memory ran out before the discovery began (TOVXResourceBounds.h)
+    return propertySetStorage;
 }
 
 // Reads one property-set stream and adds it to `container` when it parses; anything that
-// fails is skipped without a trace.
-void TOVIStorage::addPropertySet(const TOVXString& name, TOVIPropertySetStorage& container) {
+// fails is skipped without a trace, a set for which memory ran out too. Gives the bytes read.
+uint64_t TOVIStorage::addPropertySet(const TOVXString& name, TOVIPropertySetStorage& container) {
     TOVIStream* stream = nullptr;
     const int opened = openStream(name, &stream);
-    if (opened == 0 && stream != nullptr) {
+    Made<TOVIStream> owned{stream};  // a failed mini walk leaves a stream behind too
+    if (stream == nullptr) return 0;
+    if (opened != 0) return stream->length();
+    tovxWithoutThrowing([&] {
         TOVIPropertyStorageHandle set(tovxNew<TOVIPropertyStorage>());
         TOVStStorageDirEntry entry;
         TOVIPropertyStorage* parsed = set;
@@ -212,13 +262,14 @@ void TOVIStorage::addPropertySet(const TOVXString& name, TOVIPropertySetStorage&
         if (parsed != nullptr && stream->Stat(&entry) == 0 && entry.getSize() != 0 &&
             parsed->InitializeFromBuffer(stream->data(), static_cast<int>(stream->length())))
             container.AddPropertyStorage(parsed);
-    }
-    tovxDelete(stream);  // a failed mini walk leaves a stream behind too
+    });
+    return stream->length();
 }
 
 // ---- streams --------------------------------------------------------------------------
 
-int TOVIStorage::openStream(const TOVXString& name, TOVIStream** ppStream) {
+// Memory that runs out leaves *ppStream null: whatever had been read is given back.
+int TOVIStorage::openStream(const TOVXString& name, TOVIStream** ppStream) try {
     if (stStorageFileInfo == nullptr) return -1;
     const TOVStStorageHeader header = stStorageFileInfo->getHeader();
     TOVStStorageDirEntry entry;
@@ -230,6 +281,9 @@ int TOVIStorage::openStream(const TOVXString& name, TOVIStream** ppStream) {
     // A stream of exactly the cutoff's size lies in regular sectors.
     if (entry.getSize() < header.miniStreamCutoff) return getStreamFromMiniFat(entry, ppStream);
     return getStreamFromFat(entry, ppStream);
+} catch (...) {  // TOVXResourceBounds.h
+    *ppStream = nullptr;
+    return -1;
 }
 
 namespace {
@@ -244,6 +298,7 @@ int TOVIStorage::getStreamFromFat(const TOVStStorageDirEntry& entry, TOVIStream*
     if (stStorageFileInfo == nullptr || ppStream == nullptr) return -1;
     FILE* file = stStorageFileInfo->GetFilePath().OpenFile("rb");
     if (file == nullptr) return -1;
+    const std::unique_ptr<FILE, int (*)(FILE*)> closer(file, &std::fclose);
     const TOVStStorageFileInfo& image = *stStorageFileInfo;
     const uint32_t size = entry.getSize();
     const uint32_t sectorSize = image.sectorSize();
@@ -252,12 +307,10 @@ int TOVIStorage::getStreamFromFat(const TOVStStorageDirEntry& entry, TOVIStream*
         chain = TOVStSectorChain::follow(image.fatTable(), entry.getStartSect(), image.fileSectorCount());
     // Room for what the chain can deliver, never for a size that the file cannot back.
     const uint64_t reachable = static_cast<uint64_t>(chain.size()) * sectorSize;
-    TOVIStream* stream = tovxNew<TOVIStream>(static_cast<uint32_t>(std::min<uint64_t>(size, reachable)));
-    *ppStream = stream;
-    if (stream == nullptr) {
-        std::fclose(file);
-        return -1;
-    }
+    Made<TOVIStream> made{tovxNew<TOVIStream>(static_cast<uint32_t>(std::min<uint64_t>(size, reachable)))};
+    TOVIStream* stream = made.object;
+    *ppStream = nullptr;
+    if (stream == nullptr) return -1;
     std::vector<unsigned char> buffer;
     uint32_t total = 0;
     size_t i = 0;
@@ -279,7 +332,7 @@ int TOVIStorage::getStreamFromFat(const TOVStStorageDirEntry& entry, TOVIStream*
         i = next;
     }
     stream->setDirEntry(entry);
-    std::fclose(file);
+    *ppStream = made.release();
     return 0;
 }
 
@@ -296,11 +349,13 @@ int TOVIStorage::getStreamFromMiniFat(const TOVStStorageDirEntry& entry, TOVIStr
     const uint32_t miniSectorSize = image.getEquivalentMiniFatBytePos(1) - image.getEquivalentMiniFatBytePos(0);
     const uint32_t bound = image.fileMiniSectorCount();
     const uint64_t reachable = static_cast<uint64_t>(bound) * miniSectorSize;
-    TOVIStream* stream = tovxNew<TOVIStream>(static_cast<uint32_t>(std::min<uint64_t>(size, reachable)));
-    *ppStream = stream;
+    Made<TOVIStream> made{tovxNew<TOVIStream>(static_cast<uint32_t>(std::min<uint64_t>(size, reachable)))};
+    TOVIStream* stream = made.object;
+    *ppStream = nullptr;
     if (stream == nullptr) return -1;
     if (isSpecialSector(entry.getStartSect()) || miniSectorSize == 0) {
         stream->setDirEntry(entry);
+        *ppStream = made.release();
         return 0;
     }
     std::vector<unsigned char> buffer(miniSectorSize);
@@ -319,9 +374,13 @@ int TOVIStorage::getStreamFromMiniFat(const TOVStStorageDirEntry& entry, TOVIStr
         if (total < size) continue;
         // A chain that goes on once the size is used up gives -1, and the stream, without its
         // entry, stays with the caller.
-        if (chain.hasNext()) return -1;
+        if (chain.hasNext()) {
+            *ppStream = made.release();
+            return -1;
+        }
         break;
     }
     stream->setDirEntry(entry);
+    *ppStream = made.release();
     return 0;
 }

@@ -1,0 +1,124 @@
+#include "StstgInput.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+
+#include "StstgCommands.h"
+
+namespace ststg {
+
+namespace {
+
+const unsigned char kSignature[8] = {0xD0, 0xCF, 0x11, 0xE0, 0xA1, 0xB1, 0x1A, 0xE1};
+
+// A path that can be read as a file, or a message saying why not.
+bool readableFile(const std::string& path, const std::string& shown, const Console& console) {
+    struct stat info;
+    if (::stat(path.c_str(), &info) != 0) {
+        console.fail(shown, std::strerror(errno));
+        return false;
+    }
+    if (S_ISDIR(info.st_mode)) {
+        console.fail(shown, "is a directory");
+        return false;
+    }
+    return true;
+}
+
+bool writeWhole(int descriptor, const char* bytes, size_t count) {
+    while (count > 0) {
+        const ssize_t written = ::write(descriptor, bytes, count);
+        if (written < 0 && errno == EINTR) continue;
+        if (written <= 0) return false;
+        bytes += written;
+        count -= static_cast<size_t>(written);
+    }
+    return true;
+}
+
+}  // namespace
+
+std::string refusalReason(const std::string& path, const std::string& refusedText) {
+    FILE* file = std::fopen(path.c_str(), "rb");
+    if (file == nullptr) return std::strerror(errno);
+    unsigned char head[sizeof kSignature] = {};
+    const size_t got = std::fread(head, 1, sizeof head, file);
+    std::fclose(file);
+    if (got == sizeof head && std::memcmp(head, kSignature, sizeof head) == 0) return refusedText;
+    return "not a compound file";
+}
+
+OpenedInput::~OpenedInput() {
+    road_.reset();  // the reader lets go of the file before its copy goes
+    if (!temporary_.empty()) ::unlink(temporary_.c_str());
+}
+
+bool OpenedInput::open(const std::string& operand, RoadChoice choice, const Console& console) {
+    shown_ = operand;
+    path_ = operand;
+    if (operand == "-" && !copyStandardInput(console)) return false;
+    if (!readableFile(path_, shown_, console)) return false;
+    if (choice == RoadChoice::Native) road_ = openNativeRoad(path_, shown_, console, false);
+    if (choice == RoadChoice::Host) road_ = openHostRoad(path_, shown_, console, false);
+    if (choice != RoadChoice::Default) return road_ != nullptr;
+
+    road_ = openHostRoad(path_, shown_, console, true);
+    if (road_ != nullptr) return true;
+    road_ = openNativeRoad(path_, shown_, console, true);
+    if (road_ != nullptr) {
+        console.warn(shown_, "the platform's service refuses this file as damaged; "
+                             "what follows is the library's own, lenient reading");
+        road_->damage().addProblem();
+        return true;
+    }
+    console.fail(shown_, refusalReason(path_, "compound file not accepted: damaged header or a layout "
+                                              "that neither the platform's service nor this library reads"));
+    return false;
+}
+
+// Standard input may be a pipe, which cannot be read twice or seeked: it goes to a private
+// temporary file first.
+bool OpenedInput::copyStandardInput(const Console& console) {
+    shown_ = "-";
+    if (::isatty(::fileno(console.in)) == 1) {
+        console.fail("-", "standard input is a terminal; pipe a compound file in, or name one");
+        return false;
+    }
+    const char* folder = std::getenv("TMPDIR");
+    std::string pattern = std::string(folder != nullptr && *folder != '\0' ? folder : "/tmp") + "/ststg-stdin-XXXXXX";
+    const int descriptor = ::mkstemp(&pattern[0]);
+    if (descriptor < 0) {
+        console.fail("-", std::string("cannot make a temporary file: ") + std::strerror(errno));
+        return false;
+    }
+    temporary_ = pattern;
+    path_ = pattern;
+    char buffer[1 << 16];
+    bool written = true;
+    for (size_t got; written && (got = std::fread(buffer, 1, sizeof buffer, console.in)) > 0;)
+        written = writeWhole(descriptor, buffer, got);
+    const bool readFailed = std::ferror(console.in) != 0;
+    if (::close(descriptor) != 0) written = false;
+    if (readFailed || !written) {
+        console.fail("-", readFailed ? "cannot read standard input" : std::string("cannot copy standard input: ") + std::strerror(errno));
+        return false;
+    }
+    return true;
+}
+
+int OpenedInput::finish(int code, bool strict, const Console& console) {
+    const bool written = console.outputWritten();
+    if (road_ != nullptr) {
+        road_->assessDamageOnce();
+        road_->damage().tell(console, shown_);
+    }
+    if (!written) return kExitFailure;
+    if (code == kExitOk && strict && road_ != nullptr && road_->damage().any()) return kExitFailure;
+    return code;
+}
+
+}  // namespace ststg

@@ -1,0 +1,138 @@
+#include "TOVXImageDamage.h"
+
+#include <algorithm>
+#include <unordered_set>
+
+#include "TOVStStorageConstants.h"
+
+namespace {
+
+// The library reads no byte at a position beyond this one; such bytes read as zeros.
+constexpr uint64_t kLargestPosition = 0x7FFFFFFFu;
+
+std::string counted(uint32_t count, const char* one, const char* many) {
+    return std::to_string(count) + " " + (count == 1 ? one : many);
+}
+
+}  // namespace
+
+TOVXImageDamage::TOVXImageDamage(TOVIStorage& root) : image_(root.getStStorageFileInfo()) {
+    if (image_ == nullptr) return;
+    miniStreamCutoff_ = root.getStStorageFileInfo()->getHeader().miniStreamCutoff;
+    fileBytes_ = image_->fileSize();
+    sectorSize_ = image_->sectorSize();
+    const TOVStStorageHeader header = root.getStStorageFileInfo()->getHeader();
+    bytesTablesUse_ = std::max(endOfChain(header.firstDirectorySector, image_->fileSectorCount()),
+                               endOfChain(header.firstMiniFatSector, header.miniFatSectorCount));
+    // The mini stream is read whole at the load; what its chain cannot give is simply missing.
+    const uint32_t loaded = static_cast<uint32_t>(image_->miniStreamBytes().Count());
+    miniStreamHeld_ = heldOfFatChain(image_->getMiniStreamStartSect(), loaded);
+}
+
+TOVXImageDamage TOVXImageDamage::scan(TOVIStorage& root) {
+    TOVXImageDamage damage(root);
+    TOVXTreeWalk::walk(root, [&](const TOVXTreeWalk::Item& item) { damage.look(item); });
+    return damage;
+}
+
+void TOVXImageDamage::look(const TOVXTreeWalk::Item& item) {
+    TOVStStorageDirEntry entry = item.entry;
+    if (!entry.isValid()) {
+        // An empty name is what its writer meant (the library cannot open such a storage by
+        // name, and the tree says so); a type, colour or name length out of range is damage.
+        const bool damaged = entry.getType() == STGTY_INVALID || entry.getType() > STGTY_ROOT || entry.getBFlag() > 1 ||
+                             entry.getNameLength() > kDirNameBytes;
+        if (damaged) ++damagedEntries_;
+        return;
+    }
+    // A hidden namesake is never read, so its bytes do not matter.
+    if (entry.isStream() && !item.shadowed && heldBytes(entry) < entry.getSize()) ++streamsCutShort_;
+}
+
+uint32_t TOVXImageDamage::heldBytes(const TOVStStorageDirEntry& entry) const {
+    if (image_ == nullptr) return 0;
+    // A stream of exactly the cutoff's size lies in regular sectors.
+    if (entry.getSize() < miniStreamCutoff_) return heldOfMiniChain(entry.getStartSect(), entry.getSize());
+    return heldOfFatChain(entry.getStartSect(), entry.getSize());
+}
+
+// A FAT chain as the library follows it: the start sector, then each link up to a special
+// value, a link back to a sector met before, a sector outside the table (read, and the
+// last) or the file's sector count. What lies past the file's end is not held.
+uint32_t TOVXImageDamage::heldOfFatChain(uint32_t start, uint32_t size) const {
+    if (size == 0 || isSpecialSector(start)) return 0;
+    const TOVXDynamicArray<unsigned int>& table = image_->fatTable();
+    const uint32_t tableSize = static_cast<uint32_t>(table.Count());
+    const uint32_t sectorSize = image_->sectorSize();
+    std::unordered_set<uint32_t> visited;  // as long as the chain, never as long as the table
+    uint32_t held = 0;
+    uint32_t current = start;
+    for (uint32_t remaining = image_->fileSectorCount(); remaining > 0; --remaining) {
+        const uint32_t wanted = std::min(sectorSize, size - held);
+        const uint64_t position = image_->getEquivalentFatBytePos(current);
+        const uint64_t end = std::min(fileBytes_, kLargestPosition + 1);
+        if (position + wanted > end) return held + static_cast<uint32_t>(position < end ? end - position : 0);
+        held += wanted;
+        if (held >= size || current >= tableSize) break;
+        visited.insert(current);
+        const uint32_t next = *table.At(static_cast<int>(current));
+        if (isSpecialSector(next) || visited.count(next) > 0) break;
+        current = next;
+    }
+    return held;
+}
+
+// A mini chain as the library follows it, to a special value, a sector outside the table
+// or the file's size in mini sectors. The library walks a loop again until the size is
+// used up, so it gives bytes, but from the loop on they are not the stream's: the stream
+// is held up to where the chain comes back to a sector. What lies past the held mini
+// stream is not held.
+uint32_t TOVXImageDamage::heldOfMiniChain(uint32_t start, uint32_t size) const {
+    const uint32_t miniSectorSize = image_->getEquivalentMiniFatBytePos(1) - image_->getEquivalentMiniFatBytePos(0);
+    if (size == 0 || isSpecialSector(start) || miniSectorSize == 0) return 0;
+    const TOVXDynamicArray<unsigned int>& table = image_->miniFatTable();
+    const uint32_t tableSize = static_cast<uint32_t>(table.Count());
+    std::unordered_set<uint32_t> visited;
+    uint32_t held = 0;
+    uint32_t current = start;
+    for (uint32_t remaining = image_->fileMiniSectorCount(); remaining > 0; --remaining) {
+        const uint32_t wanted = std::min(miniSectorSize, size - held);
+        const uint64_t position = image_->getEquivalentMiniFatBytePos(current);
+        if (position + wanted > miniStreamHeld_)
+            return held + static_cast<uint32_t>(position < miniStreamHeld_ ? miniStreamHeld_ - position : 0);
+        held += wanted;
+        if (held >= size || current >= tableSize) break;
+        visited.insert(current);
+        const uint32_t next = *table.At(static_cast<int>(current));
+        if (isSpecialSector(next) || visited.count(next) > 0) break;
+        current = next;
+    }
+    return held;
+}
+
+// Where the last sector of a table's FAT chain ends, at most `count` sectors of it (0 for none).
+uint64_t TOVXImageDamage::endOfChain(uint32_t start, uint32_t count) const {
+    const TOVXDynamicArray<unsigned int>& table = image_->fatTable();
+    const uint32_t tableSize = static_cast<uint32_t>(table.Count());
+    std::vector<bool> visited(tableSize, false);
+    uint64_t end = 0;
+    for (uint32_t sector = start; count > 0 && !isSpecialSector(sector); --count) {
+        end = std::max(end, (static_cast<uint64_t>(sector) + 2) * sectorSize_);  // sector n lies at (n + 1) sectors
+        if (sector >= tableSize || visited[sector]) break;
+        visited[sector] = true;
+        sector = *table.At(static_cast<int>(sector));
+    }
+    return end;
+}
+
+std::vector<std::string> TOVXImageDamage::describe() const {
+    std::vector<std::string> lines;
+    if (fileCutShort())
+        lines.push_back("the file is cut short: it ends at byte " + std::to_string(fileBytes_) +
+                        ", before the end of its directory and tables (byte " + std::to_string(bytesTablesUse_) + ")");
+    if (damagedEntries_ > 0) lines.push_back(counted(damagedEntries_, "directory entry is", "directory entries are") + " damaged");
+    if (streamsCutShort_ > 0)
+        lines.push_back(counted(streamsCutShort_, "stream is", "streams are") + " cut short: the file holds only part of " +
+                        (streamsCutShort_ == 1 ? "its" : "their") + " bytes");
+    return lines;
+}
