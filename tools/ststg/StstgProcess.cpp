@@ -47,6 +47,7 @@ std::vector<std::string> commandLineArguments(int argc, char** argv) {
 }
 
 void useBinaryStandardStreams() {
+    _setmode(_fileno(stdin), _O_BINARY);
     _setmode(_fileno(stdout), _O_BINARY);
     _setmode(_fileno(stderr), _O_BINARY);
     SetConsoleOutputCP(CP_UTF8);  // names and values are printed as UTF-8

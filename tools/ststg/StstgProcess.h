@@ -11,8 +11,8 @@ namespace ststg {
 // in the machine's code page, which loses names outside it, so they are taken as UTF-16 there.
 std::vector<std::string> commandLineArguments(int argc, char** argv);
 
-// Standard output and error pass bytes unchanged: `cat` writes raw stream bytes, and Windows
-// would otherwise turn each line feed into a carriage return and a line feed.
+// The standard streams pass bytes unchanged: a compound file may come in on standard input,
+// `cat` writes raw stream bytes, and Windows would otherwise translate line ends both ways.
 void useBinaryStandardStreams();
 
 }  // namespace ststg
