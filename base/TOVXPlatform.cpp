@@ -17,18 +17,38 @@ namespace tovxplatform {
 
 namespace {
 
-std::string temporaryFolder() {
 #ifdef _WIN32
-    char buffer[MAX_PATH + 1];
-    const DWORD length = GetTempPathA(sizeof buffer, buffer);
-    return length > 0 && length < sizeof buffer ? std::string(buffer, length) : std::string(".\\");
+
+// UTF-8 to UTF-16 and back for the file system's wide calls; a malformed sequence becomes U+FFFD.
+std::wstring wideFromUtf8(const std::string& text) {
+    if (text.empty() || text.size() > static_cast<size_t>(INT_MAX)) return std::wstring();
+    const int size = static_cast<int>(text.size());
+    const int units = MultiByteToWideChar(CP_UTF8, 0, text.data(), size, nullptr, 0);
+    if (units <= 0) return std::wstring();
+    std::wstring wide(static_cast<size_t>(units), L'\0');
+    MultiByteToWideChar(CP_UTF8, 0, text.data(), size, &wide[0], units);
+    return wide;
+}
+
+std::string utf8FromWide(const wchar_t* text) {
+    const int bytes = WideCharToMultiByte(CP_UTF8, 0, text, -1, nullptr, 0, nullptr, nullptr);
+    if (bytes <= 1) return std::string();
+    std::string narrow(static_cast<size_t>(bytes), '\0');
+    WideCharToMultiByte(CP_UTF8, 0, text, -1, &narrow[0], bytes, nullptr, nullptr);
+    narrow.pop_back();  // the terminator that the count included
+    return narrow;
+}
+
 #else
+
+std::string temporaryFolder() {
     const char* folder = std::getenv("TMPDIR");
     std::string result = folder != nullptr && *folder != '\0' ? folder : "/tmp";
     if (result.back() != '/') result += '/';
     return result;
-#endif
 }
+
+#endif
 
 constexpr char16_t kReplacement = 0xFFFD;
 
@@ -178,11 +198,23 @@ void decodeWith(iconv_t converter, const unsigned char* bytes, size_t length, st
 
 }  // namespace
 
+FILE* openFile(const std::string& utf8Path, const char* mode) {
+#ifdef _WIN32
+    const std::wstring path = wideFromUtf8(utf8Path);
+    const std::wstring wideMode = mode == nullptr ? std::wstring() : wideFromUtf8(mode);
+    return path.empty() || wideMode.empty() ? nullptr : _wfopen(path.c_str(), wideMode.c_str());
+#else
+    return std::fopen(utf8Path.c_str(), mode);
+#endif
+}
+
 std::string createTemporaryFile() {
 #ifdef _WIN32
-    char name[MAX_PATH + 1];
-    const std::string folder = temporaryFolder();
-    return GetTempFileNameA(folder.c_str(), "tvx", 0, name) != 0 ? std::string(name) : std::string();
+    wchar_t folder[MAX_PATH + 1];
+    const DWORD length = GetTempPathW(MAX_PATH + 1, folder);
+    if (length == 0 || length > MAX_PATH) return std::string();
+    wchar_t name[MAX_PATH + 1];
+    return GetTempFileNameW(folder, L"tvx", 0, name) != 0 ? utf8FromWide(name) : std::string();
 #else
     std::string pattern = temporaryFolder() + "tovxststorage-XXXXXX";
     const mode_t previous = umask(077);

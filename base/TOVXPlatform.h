@@ -4,11 +4,12 @@
 // The one place where the base meets the operating system. On Windows the system's own
 // declarations are used; elsewhere this header declares the few records that the base and
 // the native stack share with the platform (FILETIME), and the services that the base needs
-// of the system: temporary files and code-page conversion. Only this header and the
+// of the system: opening a file by a UTF-8 path, temporary files and code-page conversion. Only this header and the
 // structured-storage service header of the host stack test _WIN32.
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
 #include <string>
 
 #ifdef _WIN32
@@ -30,6 +31,10 @@ typedef FILETIME* LPFILETIME;
 #endif
 
 namespace tovxplatform {
+
+// Opens the file that a UTF-8 path names, in the stdio `mode`; null when that fails. Windows
+// is handed the path as UTF-16, so that names outside the machine's code page open as well.
+FILE* openFile(const std::string& utf8Path, const char* mode);
 
 // Creates a new, empty file of the caller's own in the system's temporary folder, with an
 // unpredictable name and owner-only permissions, and gives its path (UTF-8); empty when no

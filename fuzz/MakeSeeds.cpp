@@ -1,7 +1,8 @@
 // Writes the seeds of every fuzz target into <folder>/<target>/, for libFuzzer to start from.
 #include <cstdio>
+#include <filesystem>
 #include <string>
-#include <sys/stat.h>
+#include <system_error>
 
 #include "FuzzSeeds.h"
 #include "FuzzTargets.h"
@@ -23,10 +24,11 @@ int main(int argc, char** argv) {
         return 2;
     }
     const std::string folder = argv[1];
-    mkdir(folder.c_str(), 0755);
+    std::error_code ignored;  // a folder that cannot be made fails the first write
+    std::filesystem::create_directory(folder, ignored);
     for (const tovxfuzz::Target& target : tovxfuzz::targets()) {
         const std::string into = folder + "/" + target.name;
-        mkdir(into.c_str(), 0755);
+        std::filesystem::create_directory(into, ignored);
         size_t count = 0;
         for (const auto& seeds : {tovxfuzz::builderSeeds(target.name), tovxfuzz::corpusSeeds(target.name)}) {
             for (const tovxfuzz::Seed& seed : seeds) {

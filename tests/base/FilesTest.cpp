@@ -1,14 +1,15 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
-#include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <string>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include "TOVXFilePath.h"
 #include "TOVXTemporaryFile.h"
 #include "TestFiles.h"
+
+namespace fs = std::filesystem;
 
 namespace {
 
@@ -30,30 +31,31 @@ struct RedirectedPath : TOVXFilePath {
 }  // namespace
 
 TEST(TemporaryFile, CreatesUniquePrivateFilesInTmpdirThatOutliveTheObject) {
-    char pattern[] = "/tmp/tovx-tmpdir-XXXXXX";
-    const std::string folder = mkdtemp(pattern);
-    const char* old = std::getenv("TMPDIR");
-    const std::string saved = old != nullptr ? old : "";
-    setenv("TMPDIR", folder.c_str(), 1);
+    const std::string folder = tovxtest::makeScratchFolder("tovx-tmpdir-");
+    ASSERT_FALSE(folder.empty());
     std::string paths[2];
-    for (std::string& path : paths) {
-        TOVXFilePath named;
-        TOVXTemporaryFile(TOVXFilePath(), "TOVXStStorage.m\\src\\TOVXStorageReader", 51).GetPath(named);
-        path = named.GetPath().ToUtf8();  // the object has ended here
+    {
+        const tovxtest::TemporaryFolderOverride temporaryFolder(folder);
+        for (std::string& path : paths) {
+            TOVXFilePath named;
+            TOVXTemporaryFile(TOVXFilePath(), "TOVXStStorage.m\\src\\TOVXStorageReader", 51).GetPath(named);
+            path = named.GetPath().ToUtf8();  // the object has ended here
+        }
     }
-    old != nullptr ? setenv("TMPDIR", saved.c_str(), 1) : unsetenv("TMPDIR");
 
     EXPECT_NE(paths[0], paths[1]);
     for (const std::string& path : paths) {
-        EXPECT_EQ(path.substr(0, folder.size() + 1), folder + "/");
-        struct stat info;
-        ASSERT_EQ(stat(path.c_str(), &info), 0) << "the file stays for the caller to remove";
-        EXPECT_TRUE(S_ISREG(info.st_mode));
-        EXPECT_EQ(info.st_mode & 0777, 0600u);
-        EXPECT_EQ(info.st_size, 0);
+        const fs::path file = fs::u8path(path);
+        std::error_code error;
+        EXPECT_TRUE(fs::equivalent(file.parent_path(), fs::u8path(folder), error)) << path;
+        ASSERT_TRUE(fs::is_regular_file(file)) << "the file stays for the caller to remove";
+        EXPECT_EQ(fs::file_size(file), 0u);
+#ifndef _WIN32  // Windows gives the file the temporary folder's access list, which mode bits do not show
+        EXPECT_EQ(fs::status(file).permissions() & fs::perms::all, fs::perms::owner_read | fs::perms::owner_write);
+#endif
     }
-    for (const std::string& path : paths) EXPECT_EQ(std::remove(path.c_str()), 0);
-    EXPECT_EQ(rmdir(folder.c_str()), 0);
+    for (const std::string& path : paths) EXPECT_TRUE(fs::remove(fs::u8path(path)));
+    EXPECT_TRUE(fs::remove(fs::u8path(folder)));
 }
 
 TEST(FilePath, OpensWhatItNamesAndCallsDerivedOverrides) {
@@ -67,9 +69,17 @@ TEST(FilePath, OpensWhatItNamesAndCallsDerivedOverrides) {
     EXPECT_EQ(firstByte(redirected), 'x');
 }
 
-TEST(FilePath, NonAsciiPathRoundTrips) {
+TEST(FilePath, NonAsciiPathRoundTripsAndOpens) {
     const std::string utf8 = "/tmp/\xCE\xB1\xCE\xB2-\xE6\x96\x87.doc";
     const TOVXString text = TOVXFilePath(utf8).GetPath();
     EXPECT_EQ(text.At(5), 0x03B1);
     EXPECT_EQ(TOVXFilePath(text).Utf8(), utf8);
+
+    // Outside the machine's code page on Windows: the name must reach the system as UTF-16.
+    const std::string folder = tovxtest::makeScratchFolder("tovx-names-");
+    ASSERT_FALSE(folder.empty());
+    const std::string named = folder + "/\xCE\xB1\xCE\xB2-\xE6\x96\x87.doc";
+    std::ofstream(fs::u8path(named), std::ios::binary) << 'z';
+    EXPECT_EQ(firstByte(TOVXFilePath(named)), 'z');
+    fs::remove_all(fs::u8path(folder));
 }

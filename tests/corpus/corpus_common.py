@@ -6,23 +6,51 @@ import json
 import os
 import struct
 import subprocess
+import tempfile
 
 SKIP = 77
 
 
 def corpus_arguments(description):
     """(ststg, files folder, oracle folder) from the command line, or None, after
-    saying so, when the corpus is not there."""
+    saying so, when the corpus is not there. ststg is the command that starts the tool:
+    its path, behind the --runner program when one is given (wine for a Windows build)."""
     parser = argparse.ArgumentParser(description=description)
     parser.add_argument("--ststg", required=True)
     parser.add_argument("--corpus", required=True)
+    parser.add_argument("--runner", help="program that runs ststg, e.g. wine")
+    parser.add_argument("--skips", help="cases to leave out: lines of 'CHECK FILE  # reason'")
     args = parser.parse_args()
     files_dir = os.path.join(args.corpus, "files")
     oracle_dir = os.path.join(args.corpus, "oracle")
     if not os.path.isdir(files_dir) or not os.path.isdir(oracle_dir):
         print("SKIP: no corpus at %s" % os.path.abspath(args.corpus))
         return None
-    return args.ststg, files_dir, oracle_dir
+    if args.skips:
+        SKIPPED.update(read_skips(args.skips))
+    return ([args.runner] if args.runner else []) + [args.ststg], files_dir, oracle_dir
+
+
+# (check, file name) -> reason, for the cases that a run leaves out (see --skips).
+SKIPPED = {}
+
+
+def read_skips(path):
+    """The skip list: one case a line, 'CHECK NAME  # reason'; blank lines and lines that
+    start with '#' say nothing."""
+    skips = {}
+    with open(path, encoding="utf-8") as f:
+        for line in f:
+            case, _, reason = line.partition("#")
+            words = case.split()
+            if len(words) == 2:
+                skips[tuple(words)] = reason.strip()
+    return skips
+
+
+def skip_reason(check, name):
+    """Why the case `name` of the check `check` is left out in this run; None to run it."""
+    return SKIPPED.get((check, name))
 
 
 def load_oracle(oracle_dir, name):
@@ -42,7 +70,14 @@ def report(name, problems, summary):
 
 
 def run(ststg, *arguments):
-    return subprocess.run([ststg, *arguments], capture_output=True)
+    """Runs the tool and takes its output through files rather than pipes: a runner may
+    leave helpers behind (wine's server and services) that would hold a pipe open."""
+    command = [*ststg, *arguments]
+    with tempfile.TemporaryFile() as out, tempfile.TemporaryFile() as err:
+        code = subprocess.run(command, stdout=out, stderr=err).returncode
+        out.seek(0)
+        err.seek(0)
+        return subprocess.CompletedProcess(command, code, out.read(), err.read())
 
 
 def library_name(name):

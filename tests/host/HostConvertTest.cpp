@@ -131,7 +131,8 @@ TEST(HostConvert, TextAlreadyHeldAndTheStringTypesEdges) {
 }
 
 TEST(HostConvert, FloatsShowAPointUnderADecimalCommaWhileCurrencyKeepsTheComma) {
-    const char* const candidates[] = {"de_DE.UTF-8", "de_DE.utf8", "fr_FR.UTF-8", "nl_NL.UTF-8"};
+    // POSIX names first, then the names Windows' C runtime knows.
+    const char* const candidates[] = {"de_DE.UTF-8", "de_DE.utf8", "fr_FR.UTF-8", "nl_NL.UTF-8", "German_Germany.1252", "de-DE"};
     const std::string previous = std::setlocale(LC_NUMERIC, nullptr);
     const char* chosen = nullptr;
     for (const char* name : candidates) {

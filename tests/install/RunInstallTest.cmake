@@ -58,6 +58,25 @@ function(check_installed prefix)
   endif()
 endfunction()
 
+# A cross build (TOOLCHAIN_FILE): the static install and its consumer, built with the
+# toolchain and run under the build's EMULATOR. The toolchain confines package searches to
+# the target's system root, so the package's folder is named outright; pkg-config and
+# shared libraries by their POSIX names are the host's and stay out.
+if(TOOLCHAIN_FILE)
+  run_step("install (static)" ${CMAKE_COMMAND} --install ${BUILD_DIR} --prefix ${WORK_DIR}/static)
+  check_installed(${WORK_DIR}/static)
+  set(build ${WORK_DIR}/consumer-cross)
+  run_step("configure consumer (cross)" ${CMAKE_COMMAND} -S ${CONSUMER_DIR} -B ${build}
+           -DCMAKE_TOOLCHAIN_FILE=${TOOLCHAIN_FILE} -DTOVXStStorage_DIR=${WORK_DIR}/static/${LIBDIR}/cmake/TOVXStStorage
+           -DEXAMPLES_DIR=${WORK_DIR}/examples "-DCMAKE_CXX_FLAGS=${CXX_FLAGS}" "-DCMAKE_EXE_LINKER_FLAGS=${LINKER_FLAGS}")
+  run_step("build consumer (cross)" ${CMAKE_COMMAND} --build ${build})
+  foreach(example ${examples})
+    run_step("run ${example} (cross)" ${EMULATOR} ${build}/${example}${EXECUTABLE_SUFFIX} ${SAMPLE_FILE})
+  endforeach()
+  file(REMOVE_RECURSE ${WORK_DIR})
+  return()
+endif()
+
 # Builds and runs every example against `prefix`, both ways.
 function(use_package prefix kind)
   set(build ${WORK_DIR}/consumer-${kind})

@@ -100,7 +100,7 @@ TEST(StstgHost, CatOfAStreamWhoseChainEndsEarlyWritesWhatCame) {
 TEST(StstgHost, ExtractKeepsEveryNameInsideTheFolder) {
     const ScratchFile file(sampleFile());
     const ScratchFolder folder;
-    const Outcome outcome = host({"extract", file.path(), folder.path.string()});
+    const Outcome outcome = host({"extract", file.path(), folder.path.u8string()});
     EXPECT_EQ(outcome.code, 0) << outcome.err;
     std::map<std::string, std::string> files = filesUnder(folder.path);
     EXPECT_EQ(files["%2E%2E"], "dots");

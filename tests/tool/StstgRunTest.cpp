@@ -3,12 +3,14 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <fstream>
 #include <map>
 #include <string>
 #include <vector>
 
 #include "CfbBuilder.h"
 #include "StstgFolderNames.h"
+#include "StstgText.h"
 #include "TestFiles.h"
 #include "ToolRun.h"
 
@@ -54,16 +56,16 @@ TEST(StstgExitCodes, FilesThatCannotBeOpenedGiveOneAndAreNamed) {
     image.header.directorySectorCount = 6;  // one more than the header check allows
     ScratchFile refusedHeader(image.serialize());
     ScratchFolder folder;
-    const std::string missing = (folder.path / "missing.doc").string();
+    const std::string missing = (folder.path / "missing.doc").u8string();
     const std::map<std::string, std::string> messages = {
         {missing, "No such file or directory\n"},
         {notCompound.path(), "not a compound file\n"},
         {refusedHeader.path(), "compound file not accepted"},
-        {folder.path.string(), "is a directory\n"},
+        {folder.path.u8string(), "is a directory\n"},
     };
     for (const auto& [path, message] : messages) {
         for (const Arguments& arguments : {Arguments{"tree", path}, Arguments{"tree", "--json", path}, Arguments{"cat", path, "x"},
-                                           Arguments{"extract", path, (folder.path / "out").string()}, Arguments{"props", path}}) {
+                                           Arguments{"extract", path, (folder.path / "out").u8string()}, Arguments{"props", path}}) {
             const Outcome outcome = runTool(arguments);
             EXPECT_EQ(outcome.code, 1) << arguments[0] << " " << path;
             EXPECT_EQ(outcome.err.rfind("ststg: " + path + ": " + message, 0), 0u) << outcome.err;
@@ -192,7 +194,7 @@ TEST(StstgTree, ListsInDirectoryOrderWithPasteableNamesAndEntersEachStorageOnce)
 TEST(StstgExtract, WritesWhatNamesReachAndReportsTheRest) {
     ScratchFile file(sampleFile());
     ScratchFolder folder;
-    const Outcome outcome = runTool({"extract", file.path(), folder.path.string()});
+    const Outcome outcome = runTool({"extract", file.path(), folder.path.u8string()});
     EXPECT_EQ(outcome.code, 0);
     EXPECT_NE(outcome.err.find("/\"\": storage cannot be opened"), std::string::npos) << outcome.err;
     EXPECT_NE(outcome.err.find("/Twin: an earlier stream of the same name hides it"), std::string::npos) << outcome.err;
@@ -219,7 +221,7 @@ TEST(StstgExtract, HostileNamesStayInsideTheTargetFolder) {
 
     ScratchFolder sandbox;
     const fs::path target = sandbox.path / "out";
-    const Outcome outcome = runTool({"extract", file.path(), target.string()});
+    const Outcome outcome = runTool({"extract", file.path(), target.u8string()});
     ASSERT_EQ(outcome.code, 0) << outcome.err;
     EXPECT_EQ(outcome.err, "");
     // Nothing but the target folder appeared in the sandbox.
@@ -244,7 +246,7 @@ TEST(StstgExtract, ThousandsOfNamesakesClaimTheirNamesInOnePass) {
     for (int i = 0; i < kSiblings; ++i) builder.addStream(CfbBuilder::kRoot, u"x", {});
     ScratchFile file(builder.build());
     ScratchFolder folder;
-    const Outcome outcome = runTool({"extract", file.path(), folder.path.string()});
+    const Outcome outcome = runTool({"extract", file.path(), folder.path.u8string()});
     EXPECT_EQ(outcome.code, 0);
     EXPECT_EQ(filesUnder(folder.path), (std::map<std::string, std::string>{{"x", ""}}));
     std::string warnings;
@@ -261,8 +263,20 @@ TEST(StstgProps, ListsTheRootSetsAsTextOrAnEmptyJsonList) {
     EXPECT_NE(outcome.out.find("  0x0000000C  -  (date)  2019-07-04 08:00:00\n"), std::string::npos);
 
     ScratchFile file(sampleFile());  // its \x05 stream holds no property set
-    EXPECT_EQ(runTool({"props", "--json", file.path()}).out, "{\"file\": \"" + file.path() + "\", \"property_sets\": []}\n");
+    EXPECT_EQ(runTool({"props", "--json", file.path()}).out, "{\"file\": " + ststg::jsonString(file.path()) + ", \"property_sets\": []}\n");
     EXPECT_EQ(runTool({"props", file.path()}).out, "");
+}
+
+// Windows hands a program its arguments in the machine's code page unless it asks for UTF-16:
+// a path outside that page must reach its file from the command line and from run() alike.
+TEST(StstgProgram, PathsOutsideTheCodePageAreReadAndWritten) {
+    ScratchFolder folder;
+    const fs::path named = folder.path / fs::u8path("\xCE\xB1\xCE\xB2-\xE6\x96\x87.doc");
+    std::ofstream(named, std::ios::binary) << text(sampleFile());
+    EXPECT_EQ(tovxtest::exitStatusOf(STSTG_PATH, {"cat", named.u8string(), "Outer", "Inner", "Deep"}), 0);
+    const fs::path target = folder.path / fs::u8path("\xC3\xBC");
+    runTool({"extract", named.u8string(), target.u8string()});
+    EXPECT_EQ(filesUnder(target)["Outer/Inner/Deep"], "deep bytes");
 }
 
 }  // namespace

@@ -3,10 +3,12 @@
 // input, help and version.
 #include <gtest/gtest.h>
 
+#ifndef _WIN32
 #include <fcntl.h>
 #include <stdlib.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#endif
 
 #include <algorithm>
 #include <cstdio>
@@ -160,6 +162,7 @@ TEST(StstgExtract, PathPicksAStorageOrOneStream) {
     }
 }
 
+#ifndef _WIN32  // a file size limit for one process is a POSIX resource limit
 // A write that fails (here at the file size limit) leaves no partial file, and the extract
 // says how far it got and exits 1; the exit status reaches the shell.
 TEST(StstgExtract, AWriteThatFailsMakesThePartialExtractExitOne) {
@@ -176,6 +179,7 @@ TEST(StstgExtract, AWriteThatFailsMakesThePartialExtractExitOne) {
     EXPECT_FALSE(fs::exists(folder.path / "out" / "Big"));
     EXPECT_EQ(filesUnder(folder.path / "out")["A/B/C/Deep"], "deep bytes");
 }
+#endif
 
 TEST(StstgDamage, ToldOnceForEachKindAndAFailureOnlyUnderStrict) {
     const ScratchFile chainCut(sampleFile(true));
@@ -286,6 +290,7 @@ TEST(StstgStreams, DumpShowsBytesAndATerminalGetsNoBinaryUnlessForced) {
     EXPECT_EQ(past.code, 1);
     EXPECT_TRUE(contains(past.err, "/Bin: offset 5 lies past the end of the stream (4 bytes)")) << past.err;
 
+#ifndef _WIN32  // a terminal made on demand is a POSIX pseudo-terminal
     const int master = ::posix_openpt(O_RDWR | O_NOCTTY);
     ASSERT_GE(master, 0);
     ASSERT_EQ(::grantpt(master), 0);
@@ -303,6 +308,7 @@ TEST(StstgStreams, DumpShowsBytesAndATerminalGetsNoBinaryUnlessForced) {
     EXPECT_TRUE(contains(message, "/Bin: binary data, not written to a terminal")) << message;
     std::fclose(err);
     ::close(master);
+#endif
 }
 
 TEST(StstgInput, DashReadsTheFileFromStandardInput) {

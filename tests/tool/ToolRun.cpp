@@ -1,7 +1,5 @@
 #include "ToolRun.h"
 
-#include <unistd.h>
-
 #include <cstdio>
 #include <cstdlib>
 
@@ -38,10 +36,7 @@ Outcome runStstg(const Arguments& arguments, const std::string& input) {
 
 std::string text(const std::vector<uint8_t>& bytes) { return std::string(bytes.begin(), bytes.end()); }
 
-ScratchFolder::ScratchFolder() {
-    std::string pattern = (fs::temp_directory_path() / "ststg-test-XXXXXX").string();
-    path = ::mkdtemp(&pattern[0]) != nullptr ? pattern : std::string();
-}
+ScratchFolder::ScratchFolder() : path(fs::u8path(tovxtest::makeScratchFolder("ststg-test-"))) {}
 
 ScratchFolder::~ScratchFolder() {
     std::error_code ignored;
@@ -51,7 +46,8 @@ ScratchFolder::~ScratchFolder() {
 std::map<std::string, std::string> filesUnder(const fs::path& root) {
     std::map<std::string, std::string> files;
     for (const auto& item : fs::recursive_directory_iterator(root))
-        if (item.is_regular_file()) files[fs::relative(item.path(), root).string()] = text(tovxtest::readWholeFile(item.path().string()));
+        if (item.is_regular_file())
+            files[fs::relative(item.path(), root).generic_u8string()] = text(tovxtest::readWholeFile(item.path().u8string()));
     return files;
 }
 

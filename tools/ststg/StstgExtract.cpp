@@ -57,7 +57,7 @@ private:
 
     static bool wantsProgress(const OpenedInput& input, const Console& console) {
         std::error_code error;
-        const uintmax_t size = std::filesystem::file_size(input.path(), error);
+        const uintmax_t size = std::filesystem::file_size(std::filesystem::u8path(input.path()), error);
         return !error && size >= kProgressFromBytes && ::isatty(::fileno(console.err)) == 1;
     }
 

@@ -319,7 +319,7 @@ public:
         const StorageChain chain(root_, start);
         if (chain.storage() == nullptr) return "no storage " + shownPath(start) + " that can be opened";
         std::error_code error;
-        const uint64_t fileBytes = std::filesystem::file_size(path_, error);
+        const uint64_t fileBytes = std::filesystem::file_size(std::filesystem::u8path(path_), error);
         HostWalk walk(chain.storage(), start.empty(), error ? 0 : fileBytes, visit);
         if (!walk.run()) return "more elements than the file can hold; the walk stops here";
         return std::string();

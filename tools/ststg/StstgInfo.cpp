@@ -5,6 +5,7 @@
 #include "StstgCommandList.h"
 #include "StstgInput.h"
 #include "StstgText.h"
+#include "TOVXFilePath.h"
 
 namespace ststg {
 
@@ -43,7 +44,7 @@ uint32_t littleEndianAt(const unsigned char* bytes, size_t at, size_t width) {
 HeaderFacts readHeader(const std::string& path) {
     HeaderFacts facts;
     unsigned char head[76] = {};
-    if (FILE* file = std::fopen(path.c_str(), "rb")) {
+    if (FILE* file = TOVXFilePath(path).OpenFile("rb")) {
         const size_t got = std::fread(head, 1, sizeof head, file);
         std::fclose(file);
         (void)got;  // what the file lacks reads as zeros, as the readers take it
@@ -59,7 +60,7 @@ HeaderFacts readHeader(const std::string& path) {
     facts.miniFatSectors = littleEndianAt(head, 64, 4);
     facts.difatSectors = littleEndianAt(head, 72, 4);
     std::error_code error;
-    const uintmax_t size = std::filesystem::file_size(path, error);
+    const uintmax_t size = std::filesystem::file_size(std::filesystem::u8path(path), error);
     facts.fileBytes = error ? 0 : size;
     return facts;
 }

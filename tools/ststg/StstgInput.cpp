@@ -1,13 +1,16 @@
 #include "StstgInput.h"
 
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
+#include <system_error>
 
 #include "StstgCommands.h"
+#include "TOVXFilePath.h"
+#include "TOVXPlatform.h"
 
 namespace ststg {
 
@@ -17,25 +20,15 @@ const unsigned char kSignature[8] = {0xD0, 0xCF, 0x11, 0xE0, 0xA1, 0xB1, 0x1A, 0
 
 // A path that can be read as a file, or a message saying why not.
 bool readableFile(const std::string& path, const std::string& shown, const Console& console) {
-    struct stat info;
-    if (::stat(path.c_str(), &info) != 0) {
-        console.fail(shown, std::strerror(errno));
+    std::error_code error;
+    const std::filesystem::file_status status = std::filesystem::status(std::filesystem::u8path(path), error);
+    if (error) {
+        console.fail(shown, error.message());
         return false;
     }
-    if (S_ISDIR(info.st_mode)) {
+    if (std::filesystem::is_directory(status)) {
         console.fail(shown, "is a directory");
         return false;
-    }
-    return true;
-}
-
-bool writeWhole(int descriptor, const char* bytes, size_t count) {
-    while (count > 0) {
-        const ssize_t written = ::write(descriptor, bytes, count);
-        if (written < 0 && errno == EINTR) continue;
-        if (written <= 0) return false;
-        bytes += written;
-        count -= static_cast<size_t>(written);
     }
     return true;
 }
@@ -43,7 +36,7 @@ bool writeWhole(int descriptor, const char* bytes, size_t count) {
 }  // namespace
 
 std::string refusalReason(const std::string& path, const std::string& refusedText) {
-    FILE* file = std::fopen(path.c_str(), "rb");
+    FILE* file = TOVXFilePath(path).OpenFile("rb");
     if (file == nullptr) return std::strerror(errno);
     unsigned char head[sizeof kSignature] = {};
     const size_t got = std::fread(head, 1, sizeof head, file);
@@ -54,7 +47,8 @@ std::string refusalReason(const std::string& path, const std::string& refusedTex
 
 OpenedInput::~OpenedInput() {
     road_.reset();  // the reader lets go of the file before its copy goes
-    if (!temporary_.empty()) ::unlink(temporary_.c_str());
+    std::error_code ignored;
+    if (!temporary_.empty()) std::filesystem::remove(std::filesystem::u8path(temporary_), ignored);
 }
 
 bool OpenedInput::open(const std::string& operand, RoadChoice choice, const Console& console) {
@@ -88,21 +82,20 @@ bool OpenedInput::copyStandardInput(const Console& console) {
         console.fail("-", "standard input is a terminal; pipe a compound file in, or name one");
         return false;
     }
-    const char* folder = std::getenv("TMPDIR");
-    std::string pattern = std::string(folder != nullptr && *folder != '\0' ? folder : "/tmp") + "/ststg-stdin-XXXXXX";
-    const int descriptor = ::mkstemp(&pattern[0]);
-    if (descriptor < 0) {
+    // The system's temporary folder, a name nobody else has, owner-only where the system has modes.
+    temporary_ = tovxplatform::createTemporaryFile();
+    FILE* copy = temporary_.empty() ? nullptr : TOVXFilePath(temporary_).OpenFile("wb");
+    if (copy == nullptr) {
         console.fail("-", std::string("cannot make a temporary file: ") + std::strerror(errno));
         return false;
     }
-    temporary_ = pattern;
-    path_ = pattern;
+    path_ = temporary_;
     char buffer[1 << 16];
     bool written = true;
     for (size_t got; written && (got = std::fread(buffer, 1, sizeof buffer, console.in)) > 0;)
-        written = writeWhole(descriptor, buffer, got);
+        written = std::fwrite(buffer, 1, got, copy) == got;
     const bool readFailed = std::ferror(console.in) != 0;
-    if (::close(descriptor) != 0) written = false;
+    if (std::fclose(copy) != 0) written = false;
     if (readFailed || !written) {
         console.fail("-", readFailed ? "cannot read standard input" : std::string("cannot copy standard input: ") + std::strerror(errno));
         return false;

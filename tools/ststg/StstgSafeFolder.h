@@ -2,6 +2,7 @@
 #define STSTG_SAFE_FOLDER_H
 
 #include <cstddef>
+#include <filesystem>
 #include <string>
 
 namespace ststg {
@@ -33,9 +34,15 @@ public:
     Written writeFile(const std::string& name, const unsigned char* bytes, size_t count, bool replace, std::string& why);
 
 private:
+#ifdef _WIN32
+    // Windows holds no folder open for relative calls: the current folder is kept by its path,
+    // and what stands at each name is looked at, never gone through, before it is used.
+    std::filesystem::path folder_;
+#else
     int openNew(const std::string& name, bool replace, std::string& why, Written& refusal);
 
     int folder_ = -1;
+#endif
 };
 
 }  // namespace ststg

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "StstgCommands.h"
+#include "StstgProcess.h"
 
 int main(int argc, char** argv) {
 #ifdef SIGXFSZ
@@ -11,7 +12,6 @@ int main(int argc, char** argv) {
     // ending the program half-way.
     std::signal(SIGXFSZ, SIG_IGN);
 #endif
-    std::vector<std::string> arguments;
-    for (int i = 1; i < argc; ++i) arguments.emplace_back(argv[i]);
-    return ststg::run(arguments, stdout, stderr);
+    ststg::useBinaryStandardStreams();
+    return ststg::run(ststg::commandLineArguments(argc, argv), stdout, stderr);
 }
