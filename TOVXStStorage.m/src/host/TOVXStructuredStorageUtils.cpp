@@ -75,7 +75,7 @@ TOVXString formatValue(const PROPVARIANT& value, int& valueType) {
         default:
             // Dates (VT_DATE), decimals, blobs, and every vector, array or reference.
             valueType = ValueTypeUnknown;
-            return formatted("...");
+            return formatted("%s", "...");
     }
 }
 
