@@ -66,11 +66,14 @@ have_olefile=0
 
 if [ "$quick" = 1 ]; then big=256M; children=100000; extracted=10000; else big=1G; children=1000000; extracted=100000; fi
 mkdir -p "$work"
-workload() {  # the same with the arguments in tovx_make_workload's order
+workload() {  # workload NAME KIND ARGS...: makes the file unless it is there already
     local name=$1 kind=$2; shift 2
-    [ -s "$work/$name" ] && return
-    "$make_workload" "$kind" "$work/$name.part" "$@"
-    mv -f "$work/$name.part" "$work/$name"
+    if [ ! -s "$work/$name" ]; then
+        "$make_workload" "$kind" "$work/$name.part" "$@"
+        mv -f "$work/$name.part" "$work/$name"
+        sync "$work/$name"  # written back before any timing, and in the page cache for every command alike
+    fi
+    cat "$work/$name" > /dev/null
 }
 corpus="$root/../shared/corpus/files"
 props_file="$corpus/lo-writer-custom-props.doc"

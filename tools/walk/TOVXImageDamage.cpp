@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <unordered_set>
+#include <vector>
 
 #include "TOVStStorageConstants.h"
 
@@ -61,25 +62,46 @@ uint32_t TOVXImageDamage::heldBytes(const TOVStStorageDirEntry& entry) const {
 // last) or the file's sector count. What lies past the file's end is not held.
 namespace {
 
-// The sectors a chain walk has met: the first few in a list searched in turn, the rest in a
-// set, so that the short chains of most streams allocate nothing.
+// The sectors a chain walk has met, all below `tableSize`: the first few in a list searched
+// in turn, then a set, and once the chain is long (a sixty-fourth of the table) one bit per
+// sector of the table. Memory stays in step with the chain, and the long chain of a stream
+// of a gigabyte costs a bit per sector rather than a node of a set.
 class SectorsMet {
 public:
+    explicit SectorsMet(uint32_t tableSize) : tableSize_(tableSize) {}
+
     void insert(uint32_t sector) {
-        if (count_ < kFew) few_[count_++] = sector;
-        else many_.insert(sector);
+        if (count_ < kFew) {
+            few_[count_] = sector;
+        } else if (!bits_.empty()) {
+            bits_[sector] = true;
+        } else {
+            some_.insert(sector);
+            if (some_.size() > tableSize_ / 64) toBits();
+        }
+        ++count_;
     }
     bool contains(uint32_t sector) const {
-        for (size_t i = 0; i < count_; ++i)
+        if (!bits_.empty()) return sector < tableSize_ && bits_[sector];
+        for (size_t i = 0; i < count_ && i < kFew; ++i)
             if (few_[i] == sector) return true;
-        return many_.count(sector) > 0;
+        return some_.count(sector) > 0;
     }
 
 private:
+    void toBits() {
+        bits_.assign(tableSize_, false);
+        for (size_t i = 0; i < kFew; ++i) bits_[few_[i]] = true;
+        for (const uint32_t sector : some_) bits_[sector] = true;
+        some_.clear();
+    }
+
     static constexpr size_t kFew = 16;
+    uint32_t tableSize_;
     uint32_t few_[kFew];
     size_t count_ = 0;
-    std::unordered_set<uint32_t> many_;
+    std::unordered_set<uint32_t> some_;
+    std::vector<bool> bits_;
 };
 
 }  // namespace
@@ -89,7 +111,7 @@ uint32_t TOVXImageDamage::heldOfFatChain(uint32_t start, uint32_t size) const {
     const TOVXDynamicArray<unsigned int>& table = image_->fatTable();
     const uint32_t tableSize = static_cast<uint32_t>(table.Count());
     const uint32_t sectorSize = image_->sectorSize();
-    SectorsMet visited;  // as long as the chain, never as long as the table
+    SectorsMet visited(tableSize);
     uint32_t held = 0;
     uint32_t current = start;
     for (uint32_t remaining = image_->fileSectorCount(); remaining > 0; --remaining) {
@@ -117,7 +139,7 @@ uint32_t TOVXImageDamage::heldOfMiniChain(uint32_t start, uint32_t size) const {
     if (size == 0 || isSpecialSector(start) || miniSectorSize == 0) return 0;
     const TOVXDynamicArray<unsigned int>& table = image_->miniFatTable();
     const uint32_t tableSize = static_cast<uint32_t>(table.Count());
-    SectorsMet visited;
+    SectorsMet visited(tableSize);
     uint32_t held = 0;
     uint32_t current = start;
     for (uint32_t remaining = image_->fileMiniSectorCount(); remaining > 0; --remaining) {
