@@ -349,12 +349,18 @@ public:
     StreamRead copy(const NamePath& path, FILE* out) override {
         if (path.empty()) return outcomeOnly(StreamRead::Outcome::IsStorage);
         const NamePath storages(path.begin(), path.end() - 1);
-        const StorageChain chain(root_, storages);
-        IStream* stream = chain.storage() != nullptr ? OpenStream(chain.storage(), path.back()) : nullptr;
-        if (stream == nullptr) return Road::copy(path, out);  // says why, as a read does
-        StreamRead copied = copyWhole(stream, out);
-        CloseStream(stream);
-        return copied;
+        {
+            const StorageChain chain(root_, storages);
+            IStream* stream = chain.storage() != nullptr ? OpenStream(chain.storage(), path.back()) : nullptr;
+            if (stream != nullptr) {
+                StreamRead copied = copyWhole(stream, out);
+                CloseStream(stream);
+                return copied;
+            }
+        }
+        // The chain is closed before the read that says why: Windows' service opens a child
+        // storage only once at a time, and a second open of one still open is refused.
+        return Road::copy(path, out);
     }
 
     bool propertySets(const NamePath& path, std::vector<PropertySetView>& sets) override {
