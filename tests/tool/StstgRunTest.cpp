@@ -8,6 +8,13 @@
 #include <string>
 #include <vector>
 
+#ifdef __linux__
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#endif
+
 #include "CfbBuilder.h"
 #include "StstgFolderNames.h"
 #include "StstgText.h"
@@ -278,5 +285,22 @@ TEST(StstgProgram, PathsOutsideTheCodePageAreReadAndWritten) {
     runTool({"extract", named.u8string(), target.u8string()});
     EXPECT_EQ(filesUnder(target)["Outer/Inner/Deep"], "deep bytes");
 }
+
+#ifdef __linux__
+// A pipe that the tool writes into is grown to a megabyte, which cuts the writer's and the
+// reader's turns sixteenfold on a large stream; the bytes that come through are the stream's.
+TEST(StstgProgram, GrowsThePipeItWritesTo) {
+    ScratchFile file(sampleFile());
+    int ends[2];
+    ASSERT_EQ(::pipe(ends), 0);
+    const std::string command = "'" + std::string(STSTG_PATH) + "' cat '" + file.path() + "' Twin >&" + std::to_string(ends[1]);
+    EXPECT_EQ(std::system(command.c_str()), 0);
+    ::close(ends[1]);
+    EXPECT_EQ(::fcntl(ends[0], F_GETPIPE_SZ), 1 << 20);
+    char bytes[16] = {};
+    EXPECT_EQ(std::string(bytes, static_cast<size_t>(::read(ends[0], bytes, sizeof bytes))), "first");
+    ::close(ends[0]);
+}
+#endif
 
 }  // namespace

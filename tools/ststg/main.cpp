@@ -13,5 +13,6 @@ int main(int argc, char** argv) {
     std::signal(SIGXFSZ, SIG_IGN);
 #endif
     ststg::useBinaryStandardStreams();
+    ststg::widenOutputPipe(stdout);
     return ststg::run(ststg::commandLineArguments(argc, argv), stdout, stderr);
 }
