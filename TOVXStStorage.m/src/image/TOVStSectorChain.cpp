@@ -46,3 +46,13 @@ std::vector<uint32_t> TOVStSectorChain::follow(const TOVXDynamicArray<unsigned i
         chain.push_back(walk.sector());
     return chain;
 }
+
+size_t TOVStSectorChain::runAt(const std::vector<uint32_t>& chain, size_t from, size_t most) {
+    const uint32_t first = chain[from];
+    size_t length = 1;
+    // A run never wraps past the largest sector number.
+    while (length < most && from + length < chain.size() && first + length > first &&
+           chain[from + length] == first + static_cast<uint32_t>(length))
+        ++length;
+    return length;
+}

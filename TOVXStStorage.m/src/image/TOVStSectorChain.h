@@ -44,6 +44,9 @@ public:
 
     // Every sector of a FAT chain, cut at a repeat.
     static std::vector<uint32_t> follow(const TOVXDynamicArray<unsigned int>& table, uint32_t start, uint32_t limit);
+    // How many sectors of `chain`, from index `from` on, follow one another in the file, at
+    // most `most` (at least 1): such a run is read in one go.
+    static size_t runAt(const std::vector<uint32_t>& chain, size_t from, size_t most);
 
 private:
     void lookUpNext();

@@ -35,6 +35,12 @@ constexpr uint32_t difatSectorBound(uint32_t sectorSize) {
 }
 static_assert(difatSectorBound(512) == 259 && difatSectorBound(4096) == 1, "DIFAT bound");
 
+// Sectors that follow one another in the file are read together, this many bytes at most: one
+// seek and one read where a sector at a time cost a seek, and the discarded read-ahead, each.
+constexpr uint32_t kRunBytes = 64u << 10;
+
+size_t runSectors(uint32_t sectorSize) { return std::max<size_t>(1, kRunBytes / std::max<uint32_t>(1, sectorSize)); }
+
 uint32_t fileSizeOf(FILE* stream) {
     if (std::fseek(stream, 0, SEEK_END) != 0) return 0;
     const long size = std::ftell(stream);
@@ -285,15 +291,18 @@ void TOVStStorageFileInfo::readDirectorySector(FILE* stream) {
     // The chain alone ends the directory; the header's directory sector count plays no part.
     const std::vector<uint32_t> chain = TOVStSectorChain::follow(fatSectors, header.firstDirectorySector, fileSectors);
     dirEntries.Reserve(static_cast<int>(chain.size() * slots));
-    std::vector<unsigned char> bytes(size);
-    for (const uint32_t sector : chain) {
-        readSector(stream, sector, size, bytes.data());
+    const size_t most = runSectors(size);
+    std::vector<unsigned char> bytes(most * size);
+    for (size_t i = 0; i < chain.size();) {
+        const size_t run = TOVStSectorChain::runAt(chain, i, most);
+        readSector(stream, chain[i], static_cast<uint32_t>(run * size), bytes.data());
         // Each slot is decoded where it lands in the table.
-        for (uint32_t slot = 0; slot < slots; ++slot) {
+        for (size_t slot = 0; slot < run * slots; ++slot) {
             TOVStStorageDirEntry* entry = dirEntries.AddDefault();
             if (entry == nullptr) return;  // no memory left: the directory ends here
             parseDirEntry(&bytes[slot * kDirEntrySize], *entry);
         }
+        i += run;
     }
 }
 
@@ -347,13 +356,17 @@ void TOVStStorageFileInfo::setMiniStreamData(FILE* stream) {
     const uint32_t length = static_cast<uint32_t>(std::min<uint64_t>(getMiniStreamLength(), capacity));
     miniStream.Reserve(static_cast<int>(length));
     if (start == ENDOFCHAIN || length == 0) return;
-    std::vector<unsigned char> buffer(size);
-    for (const uint32_t sector : TOVStSectorChain::follow(fatSectors, start, fileSectors)) {
+    const std::vector<uint32_t> chain = TOVStSectorChain::follow(fatSectors, start, fileSectors);
+    const size_t most = runSectors(size);
+    std::vector<unsigned char> buffer(most * size);
+    for (size_t i = 0; i < chain.size();) {
         const uint32_t soFar = static_cast<uint32_t>(miniStream.Count());
         if (soFar >= length) break;  // further sectors of the chain would add nothing
-        const uint32_t n = std::min(length - soFar, size);
-        readSector(stream, sector, n, buffer.data());
+        const size_t run = TOVStSectorChain::runAt(chain, i, most);
+        const uint32_t n = static_cast<uint32_t>(std::min<uint64_t>(length - soFar, run * size));
+        readSector(stream, chain[i], n, buffer.data());
         addBytesToMiniBuffer(buffer.data(), static_cast<int>(n));
+        i += run;
     }
 }
 
