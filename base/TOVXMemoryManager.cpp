@@ -11,10 +11,31 @@ namespace {
 
 TOVXMemoryManager::Gate gate = nullptr;
 
+#if defined(__linux__)
+// Middle-sized blocks (a FAT of a few megabytes) are aligned to the huge-page size and offered
+// to the kernel for huge pages: their first touch then costs a fault per 2 MiB rather than one
+// per 4 KiB, which in a short run is most of the time of the load. Larger blocks (a whole
+// stream) keep ordinary pages: finding hundreds of huge pages can make the kernel compact
+// memory first, and the first touch of 1 GiB swung from 0.16 s to 2 s.
+constexpr std::size_t kHugePage = std::size_t(2) << 20;
+constexpr std::size_t kLargestHugeBlock = std::size_t(64) << 20;
+
+void* allocateHuge(unsigned int size) {
+    const std::size_t rounded = (std::size_t(size) + kHugePage - 1) & ~(kHugePage - 1);
+    void* block = nullptr;
+    if (posix_memalign(&block, kHugePage, rounded) != 0) return nullptr;
+    (void)madvise(block, rounded, MADV_HUGEPAGE);  // a refusal leaves ordinary pages, which work as well
+    return block;
+}
+#endif
+
 }  // namespace
 
 void* TOVXMemoryManager::Allocate(unsigned int size) {
     if (gate != nullptr && !gate()) return nullptr;
+#if defined(__linux__)
+    if (size >= kHugePage && size < kLargestHugeBlock) return allocateHuge(size);
+#endif
     return std::malloc(size);
 }
 

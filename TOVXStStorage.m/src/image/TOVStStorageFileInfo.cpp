@@ -1,7 +1,6 @@
 #include "TOVStStorageFileInfo.h"
 
 #include <algorithm>
-#include <cmath>
 #include <cstring>
 #include <unordered_map>
 #include <vector>
@@ -188,8 +187,10 @@ bool TOVStStorageFileInfo::checkHeader() {
 
 // ---- sector arithmetic ----------------------------------------------------------------
 
+// 2 to the power sectorShift: 512 or 4096 for the two accepted shifts; a shift of 32 or more,
+// which no accepted header has, gives 0 as the truncated power of 2.0 would.
 uint32_t TOVStStorageFileInfo::sectorSize() const {
-    return static_cast<uint32_t>(std::pow(2.0, static_cast<double>(header.sectorShift)));
+    return header.sectorShift < 32 ? uint32_t(1) << header.sectorShift : 0;
 }
 
 // Sector 0 starts one sector into the file; the sum wraps at 32 bits.
