@@ -52,13 +52,16 @@ uint32_t fileSizeOf(FILE* stream) {
 
 // Table sectors by file position, so that a sector that the tables name again (a header whose
 // unused FAT-list words are 0 names sector 0 up to 900 times; a DIFAT read as zeros names it
-// 30,000 times) is read from the file and decoded into words once.
+// 30,000 times) is read from the file and decoded once: a repeat copies the words that the
+// table already holds. Only DIFAT sectors keep their bytes here; a FAT's words live in the FAT
+// alone, so that loading a large file holds its FAT once and not three times.
 struct TOVStStorageFileInfo::LoadCache {
-    explicit LoadCache(uint32_t size) : sectorSize(size), zeros(size, 0) {}
+    explicit LoadCache(uint32_t size) : sectorSize(size), zeros(size, 0), bytes(size) {}
     uint32_t sectorSize;
-    std::unordered_map<uint32_t, std::vector<unsigned char>> sectors;  // by file position
-    std::unordered_map<uint32_t, std::vector<unsigned int>> words;     // the same, decoded
+    std::unordered_map<uint32_t, std::vector<unsigned char>> sectors;  // DIFAT sectors by file position
+    std::unordered_map<uint32_t, int> fatAt, miniFatAt;  // where a sector's words first went, by file position
     std::vector<unsigned char> zeros;  // every sector wholly past the file's end
+    std::vector<unsigned char> bytes;  // one table sector being decoded
 };
 
 // ---- construction and copies ----------------------------------------------------------
@@ -234,13 +237,23 @@ void TOVStStorageFileInfo::appendTableSector(FILE* stream, uint32_t sector, TOVX
     // Every sector past the file's end reads as the same zeros, and shares one entry.
     const uint32_t position = getEquivalentFatBytePos(sector);
     const bool pastTheFile = position > kLargestPosition || position >= fileBytes;
-    std::vector<unsigned int>& words = loadCache->words[pastTheFile ? UINT32_MAX : position];
-    if (words.empty()) {
-        const unsigned char* bytes = tableSector(stream, sector);
-        words.resize(entries);
-        for (uint32_t i = 0; i < entries; ++i) words[i] = readWord(&bytes[i * 4]);
+    const uint32_t key = pastTheFile ? UINT32_MAX : position;
+    std::unordered_map<uint32_t, int>& firstAt = &table == &fatSectors ? loadCache->fatAt : loadCache->miniFatAt;
+    const auto seen = firstAt.find(key);
+    const int first = seen != firstAt.end() ? seen->second : -1;
+    unsigned int* place = table.Extend(static_cast<int>(entries));
+    if (place == nullptr) return;  // no memory left: this sector's words are left out
+    if (first >= 0) {
+        std::memcpy(place, table.At(first), entries * sizeof(unsigned int));  // a repeat: its words are in the table
+        return;
     }
-    table.AddRun(words.data(), static_cast<int>(entries));
+    const unsigned char* bytes = loadCache->zeros.data();
+    if (!pastTheFile) {
+        readSector(stream, sector, loadCache->sectorSize, loadCache->bytes.data());
+        bytes = loadCache->bytes.data();
+    }
+    for (uint32_t i = 0; i < entries; ++i) place[i] = readWord(&bytes[i * 4]);
+    firstAt.emplace(key, static_cast<int>(place - table.At(0)));
 }
 
 // ---- allocation tables ----------------------------------------------------------------
@@ -274,7 +287,7 @@ void TOVStStorageFileInfo::readFatSector(FILE* stream) {
     for (const unsigned int sector : difSectors)
         if (listed(sector)) order.push_back(sector);
     fatSectors.Reserve(static_cast<int>(order.size() * entries));
-    loadCache->sectors.reserve(std::min<size_t>(order.size(), fileSectors + 1));
+    loadCache->fatAt.reserve(std::min<size_t>(order.size(), fileSectors + 1));
     for (const uint32_t sector : order) appendTableSector(stream, sector, fatSectors);
 }
 
