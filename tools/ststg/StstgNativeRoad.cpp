@@ -3,6 +3,7 @@
 #include <optional>
 
 #include "StstgInput.h"
+#include "StstgPipe.h"
 #include "StstgRoad.h"
 #include "StstgText.h"
 #include "TOVIPropertySetStorage.h"
@@ -96,6 +97,12 @@ PropertySetView viewOf(TOVIPropertyStorage& set) {
     return view;
 }
 
+// Streams whose pages were lent to a pipe: never released, and reachable to the end.
+std::vector<TOVXStreamBytes>& keptUntilExit() {
+    static std::vector<TOVXStreamBytes>* kept = new std::vector<TOVXStreamBytes>();
+    return *kept;
+}
+
 class NativeRoad : public Road {
 public:
     explicit NativeRoad(TOVXStoragePtr root) : root_(std::move(root)) {}
@@ -119,12 +126,18 @@ public:
 
     StreamRead read(const NamePath& path) override { return converted(TOVXStreamRead::atPath(*root_, path)); }
 
-    // The stream is written from the buffer that the library gathered it in, in one go.
+    // The stream is written from the buffer that the library gathered it in, in one go; a
+    // large one is lent to a pipe page by page, which saves copying it (a quarter of the time
+    // of a 1 GiB cat), and is then kept to the end of the process, while the reader may still
+    // be copying from its pages.
     StreamRead copy(const NamePath& path, FILE* out) override {
-        const TOVXStreamRead read = TOVXStreamRead::atPath(*root_, path);
+        TOVXStreamRead read = TOVXStreamRead::atPath(*root_, path);
         StreamRead result = outcomeOf(read);
-        if (!read.bytes.empty()) std::fwrite(read.bytes.data(), 1, read.bytes.size(), out);
+        constexpr size_t kWorthLending = 1 << 20;
+        const size_t lent = read.bytes.size() >= kWorthLending ? lendToPipe(out, read.bytes.data(), read.bytes.size()) : 0;
+        if (lent < read.bytes.size()) std::fwrite(read.bytes.data() + lent, 1, read.bytes.size() - lent, out);
         result.copied = read.bytes.size();
+        if (lent > 0) keptUntilExit().push_back(std::move(read.bytes));
         return result;
     }
 

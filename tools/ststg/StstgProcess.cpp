@@ -2,11 +2,6 @@
 
 #include <cstdio>
 
-#ifdef __linux__
-#include <fcntl.h>
-#include <sys/stat.h>
-#endif
-
 #ifdef _WIN32
 #ifndef NOMINMAX
 #define NOMINMAX
@@ -69,18 +64,5 @@ std::vector<std::string> commandLineArguments(int argc, char** argv) {
 void useBinaryStandardStreams() {}  // POSIX streams do not translate line ends
 
 #endif
-
-void widenOutputPipe(FILE* out) {
-#if defined(__linux__) && defined(F_SETPIPE_SZ)
-    // An unprivileged process may grow a pipe to the system's limit, a megabyte by default.
-    constexpr int kPipeBytes = 1 << 20;
-    struct stat status;
-    const int descriptor = ::fileno(out);
-    if (descriptor >= 0 && ::fstat(descriptor, &status) == 0 && S_ISFIFO(status.st_mode))
-        (void)::fcntl(descriptor, F_SETPIPE_SZ, kPipeBytes);
-#else
-    (void)out;
-#endif
-}
 
 }  // namespace ststg

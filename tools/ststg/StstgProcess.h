@@ -1,7 +1,6 @@
 #ifndef STSTG_PROCESS_H
 #define STSTG_PROCESS_H
 
-#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -15,11 +14,6 @@ std::vector<std::string> commandLineArguments(int argc, char** argv);
 // The standard streams pass bytes unchanged: a compound file may come in on standard input,
 // `cat` writes raw stream bytes, and Windows would otherwise translate line ends both ways.
 void useBinaryStandardStreams();
-
-// Output that goes to a pipe moves in megabyte steps: with the kernel's default 64 KiB pipe
-// the writer and the reader take turns sixteen times as often (a 1 GiB cat took four times as
-// long). Where the pipe cannot grow, it stays as it is.
-void widenOutputPipe(FILE* out);
 
 }  // namespace ststg
 

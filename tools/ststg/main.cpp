@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "StstgCommands.h"
+#include "StstgPipe.h"
 #include "StstgProcess.h"
 
 int main(int argc, char** argv) {
