@@ -161,11 +161,12 @@ uint32_t TOVXImageDamage::heldOfMiniChain(uint32_t start, uint32_t size) const {
 uint64_t TOVXImageDamage::endOfChain(uint32_t start, uint32_t count) const {
     const TOVXDynamicArray<unsigned int>& table = image_->fatTable();
     const uint32_t tableSize = static_cast<uint32_t>(table.Count());
-    std::vector<bool> visited(tableSize, false);
+    std::vector<bool> visited;  // grows with the largest sector met, not with the table
     uint64_t end = 0;
     for (uint32_t sector = start; count > 0 && !isSpecialSector(sector); --count) {
         end = std::max(end, (static_cast<uint64_t>(sector) + 2) * sectorSize_);  // sector n lies at (n + 1) sectors
-        if (sector >= tableSize || visited[sector]) break;
+        if (sector >= tableSize || (sector < visited.size() && visited[sector])) break;
+        if (sector >= visited.size()) visited.resize(std::max<size_t>(size_t(sector) + 1, 2 * visited.size()), false);
         visited[sector] = true;
         sector = *table.At(static_cast<int>(sector));
     }

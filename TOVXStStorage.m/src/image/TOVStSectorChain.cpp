@@ -1,11 +1,12 @@
 #include "TOVStSectorChain.h"
 
+#include <algorithm>
+
 #include "TOVStStorageConstants.h"
 
 TOVStSectorChain::TOVStSectorChain(const TOVXDynamicArray<unsigned int>& links, uint32_t start, uint32_t limit,
                                    Policy walkPolicy)
     : table(&links), policy(walkPolicy), current(start), remaining(limit) {
-    if (policy == Policy::CutAtRepeat) visited.assign(static_cast<size_t>(links.Count()), false);
     if (remaining > 0) lookUpNext();
 }
 
@@ -17,11 +18,18 @@ void TOVStSectorChain::lookUpNext() {
     following = false;
     const uint32_t tableSize = static_cast<uint32_t>(table->Count());
     if (current >= tableSize) return;
-    if (policy == Policy::CutAtRepeat) visited[current] = true;
+    if (policy == Policy::CutAtRepeat) markVisited(current);
     next = *table->At(static_cast<int>(current));
     if (isSpecialSector(next)) return;
-    if (policy == Policy::CutAtRepeat && next < tableSize && visited[next]) return;
+    if (policy == Policy::CutAtRepeat && next < visited.size() && visited[next]) return;
     following = true;
+}
+
+// The set grows with the largest sector met, not with the table: a short chain of a file
+// whose FAT is megabytes long marks a few bytes' worth.
+void TOVStSectorChain::markVisited(uint32_t sector) {
+    if (sector >= visited.size()) visited.resize(std::max<size_t>(size_t(sector) + 1, 2 * visited.size()), false);
+    visited[sector] = true;
 }
 
 void TOVStSectorChain::advance() {

@@ -50,6 +50,7 @@ public:
 
 private:
     void lookUpNext();
+    void markVisited(uint32_t sector);
 
     const TOVXDynamicArray<unsigned int>* table;
     Policy policy;

@@ -173,10 +173,10 @@ void TOVStStorageFileInfo::setHeader(FILE* stream) {
         header.headerFatBytes = 0;
         return;
     }
-    for (uint32_t i = 0; i < words; ++i) {
-        header.headerFatSectors[i] = 0;
-        readFileULong(stream, header.headerFatSectors[i], littleEndian);
-    }
+    // One read for the whole list; what the file lacks reads as zeros, as word by word.
+    std::vector<unsigned char> list(header.headerFatBytes);
+    readFileBytes(stream, static_cast<int>(list.size()), list.data());
+    for (uint32_t i = 0; i < words; ++i) header.headerFatSectors[i] = decode32(&list[i * 4], littleEndian);
 }
 
 // Nothing else decides acceptance: the signature and both version fields are not looked at.
@@ -305,7 +305,7 @@ void TOVStStorageFileInfo::readDirectorySector(FILE* stream) {
     // The chain alone ends the directory; the header's directory sector count plays no part.
     const std::vector<uint32_t> chain = TOVStSectorChain::follow(fatSectors, header.firstDirectorySector, fileSectors);
     dirEntries.Reserve(static_cast<int>(chain.size() * slots));
-    const size_t most = runSectors(size);
+    const size_t most = std::min(runSectors(size), chain.size());
     std::vector<unsigned char> bytes(most * size);
     for (size_t i = 0; i < chain.size();) {
         const size_t run = TOVStSectorChain::runAt(chain, i, most);
@@ -371,7 +371,7 @@ void TOVStStorageFileInfo::setMiniStreamData(FILE* stream) {
     miniStream.Reserve(static_cast<int>(length));
     if (start == ENDOFCHAIN || length == 0) return;
     const std::vector<uint32_t> chain = TOVStSectorChain::follow(fatSectors, start, fileSectors);
-    const size_t most = runSectors(size);
+    const size_t most = std::min(runSectors(size), std::max<size_t>(1, chain.size()));
     std::vector<unsigned char> buffer(most * size);
     for (size_t i = 0; i < chain.size();) {
         const uint32_t soFar = static_cast<uint32_t>(miniStream.Count());
