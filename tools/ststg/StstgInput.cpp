@@ -106,6 +106,7 @@ bool OpenedInput::copyStandardInput(const Console& console) {
 int OpenedInput::finish(int code, bool strict, const Console& console) {
     const bool written = console.outputWritten();
     if (road_ != nullptr) {
+        road_->letGoOfFile();
         road_->assessDamageOnce();
         road_->damage().tell(console, shown_);
     }

@@ -128,6 +128,9 @@ public:
     // The property sets of the storage that `storage` leads to; false when it cannot be
     // opened.
     virtual bool propertySets(const NamePath& storage, std::vector<PropertySetView>& sets) = 0;
+    // The command has read all it will: a road may let go of the file now, so that the
+    // damage report that follows does not hold a second reader's tables beside its own.
+    virtual void letGoOfFile() {}
     // Works out the damage of the file as a whole into damage(), once.
     void assessDamageOnce() {
         if (!assessed_) assessDamage();
