@@ -43,18 +43,18 @@ void readStream(IStream* stream) {
 }
 
 void readProperty(IPropertyStorage* set, const STATPROPSTG& record) {
-    PROPSPEC spec;
-    spec.ulKind = PRSPEC_PROPID;
-    spec.propid = record.propid;
+    PROPSPEC which;
+    which.ulKind = PRSPEC_PROPID;
+    which.propid = record.propid;
     PROPVARIANT value;
-    set->ReadMultiple(1, &spec, &value);
+    set->ReadMultiple(1, &which, &value);
     PropVariantClear(&value);
     LPOLESTR name = nullptr;
     set->ReadPropertyNames(1, &record.propid, &name);
     if (name != nullptr) {
-        spec.ulKind = PRSPEC_LPWSTR;
-        spec.lpwstr = name;
-        set->ReadMultiple(1, &spec, &value);
+        which.ulKind = PRSPEC_LPWSTR;
+        which.lpwstr = name;
+        set->ReadMultiple(1, &which, &value);
         PropVariantClear(&value);
     }
     CoTaskMemFree(name);

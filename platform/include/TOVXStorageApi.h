@@ -709,11 +709,11 @@ struct IEnumSTATPROPSETSTG : public IUnknown {
 // One property set. ReadMultiple gives S_FALSE when none of the asked properties exists, and
 // ReadPropertyNames S_FALSE when none of the ids has a name.
 struct IPropertyStorage : public IUnknown {
-    virtual HRESULT STDMETHODCALLTYPE ReadMultiple(ULONG cpspec, const PROPSPEC rgpspec[],
+    virtual HRESULT STDMETHODCALLTYPE ReadMultiple(ULONG count, const PROPSPEC properties[],
                                                    PROPVARIANT rgpropvar[]) = 0;
-    virtual HRESULT STDMETHODCALLTYPE WriteMultiple(ULONG cpspec, const PROPSPEC rgpspec[],
+    virtual HRESULT STDMETHODCALLTYPE WriteMultiple(ULONG count, const PROPSPEC properties[],
                                                     const PROPVARIANT rgpropvar[], PROPID propidNameFirst) = 0;
-    virtual HRESULT STDMETHODCALLTYPE DeleteMultiple(ULONG cpspec, const PROPSPEC rgpspec[]) = 0;
+    virtual HRESULT STDMETHODCALLTYPE DeleteMultiple(ULONG count, const PROPSPEC properties[]) = 0;
     virtual HRESULT STDMETHODCALLTYPE ReadPropertyNames(ULONG cpropid, const PROPID rgpropid[],
                                                         LPOLESTR rglpwstrName[]) = 0;
     virtual HRESULT STDMETHODCALLTYPE WritePropertyNames(ULONG cpropid, const PROPID rgpropid[],

@@ -29,12 +29,12 @@ STATPROPSETSTG StgPropertyStorage::statOf(const StgPropertySetStream& stream, si
     return stat;
 }
 
-bool StgPropertyStorage::idOf(const PROPSPEC& spec, PROPID& id) const {
-    if (spec.ulKind == PRSPEC_PROPID) {
-        id = spec.propid;
+bool StgPropertyStorage::idOf(const PROPSPEC& which, PROPID& id) const {
+    if (which.ulKind == PRSPEC_PROPID) {
+        id = which.propid;
         return true;
     }
-    const std::u16string wanted = fromCallerText(spec.lpwstr, SIZE_MAX);
+    const std::u16string wanted = fromCallerText(which.lpwstr, SIZE_MAX);
     for (const auto& name : section().names) {
         if (compareNames(name.second, wanted) == 0) {  // names match whatever their case
             id = name.first;
@@ -44,25 +44,25 @@ bool StgPropertyStorage::idOf(const PROPSPEC& spec, PROPID& id) const {
     return false;
 }
 
-HRESULT StgPropertyStorage::ReadMultiple(ULONG cpspec, const PROPSPEC rgpspec[], PROPVARIANT rgpropvar[]) {
-    if (cpspec == 0) return S_FALSE;
-    if (rgpspec == nullptr || rgpropvar == nullptr) return STG_E_INVALIDPOINTER;
-    for (ULONG i = 0; i < cpspec; ++i) {
-        const bool named = rgpspec[i].ulKind == PRSPEC_LPWSTR;
-        if ((!named && rgpspec[i].ulKind != PRSPEC_PROPID) || (named && rgpspec[i].lpwstr == nullptr)) {
+HRESULT StgPropertyStorage::ReadMultiple(ULONG count, const PROPSPEC properties[], PROPVARIANT rgpropvar[]) {
+    if (count == 0) return S_FALSE;
+    if (properties == nullptr || rgpropvar == nullptr) return STG_E_INVALIDPOINTER;
+    for (ULONG i = 0; i < count; ++i) {
+        const bool named = properties[i].ulKind == PRSPEC_LPWSTR;
+        if ((!named && properties[i].ulKind != PRSPEC_PROPID) || (named && properties[i].lpwstr == nullptr)) {
             return STG_E_INVALIDPARAMETER;
         }
     }
     // Any property that is not there reads as VT_EMPTY and makes the answer S_FALSE.
     bool allFound = true;
-    for (ULONG i = 0; i < cpspec; ++i) std::memset(&rgpropvar[i], 0, sizeof rgpropvar[i]);
+    for (ULONG i = 0; i < count; ++i) std::memset(&rgpropvar[i], 0, sizeof rgpropvar[i]);
     try {
-        for (ULONG i = 0; i < cpspec; ++i) {
+        for (ULONG i = 0; i < count; ++i) {
             PROPID id = 0;
-            if (!idOf(rgpspec[i], id) || !stream_->value(section(), id, rgpropvar[i])) allFound = false;
+            if (!idOf(properties[i], id) || !stream_->value(section(), id, rgpropvar[i])) allFound = false;
         }
     } catch (...) {  // memory ran out (TOVXResourceBounds.h): the values read so far go back
-        for (ULONG i = 0; i < cpspec; ++i) PropVariantClear(&rgpropvar[i]);
+        for (ULONG i = 0; i < count; ++i) PropVariantClear(&rgpropvar[i]);
         return STG_E_INSUFFICIENTMEMORY;
     }
     return allFound ? S_OK : S_FALSE;

@@ -19,10 +19,10 @@ public:
     static STATPROPSETSTG statOf(const StgPropertySetStream& stream, size_t section, const FMTID& fmtid,
                                  const StgDirectoryEntry& streamEntry);
 
-    HRESULT STDMETHODCALLTYPE ReadMultiple(ULONG cpspec, const PROPSPEC rgpspec[], PROPVARIANT rgpropvar[]) override;
-    HRESULT STDMETHODCALLTYPE WriteMultiple(ULONG cpspec, const PROPSPEC rgpspec[], const PROPVARIANT rgpropvar[],
+    HRESULT STDMETHODCALLTYPE ReadMultiple(ULONG count, const PROPSPEC properties[], PROPVARIANT rgpropvar[]) override;
+    HRESULT STDMETHODCALLTYPE WriteMultiple(ULONG count, const PROPSPEC properties[], const PROPVARIANT rgpropvar[],
                                             PROPID propidNameFirst) override;
-    HRESULT STDMETHODCALLTYPE DeleteMultiple(ULONG cpspec, const PROPSPEC rgpspec[]) override;
+    HRESULT STDMETHODCALLTYPE DeleteMultiple(ULONG count, const PROPSPEC properties[]) override;
     HRESULT STDMETHODCALLTYPE ReadPropertyNames(ULONG cpropid, const PROPID rgpropid[],
                                                 LPOLESTR rglpwstrName[]) override;
     HRESULT STDMETHODCALLTYPE WritePropertyNames(ULONG cpropid, const PROPID rgpropid[],
@@ -40,8 +40,8 @@ protected:
 
 private:
     const StgPropertySection& section() const { return stream_->sections()[section_]; }
-    // The id that a PROPSPEC names; false when the set has no such name or the spec is invalid.
-    bool idOf(const PROPSPEC& spec, PROPID& id) const;
+    // The id that a PROPSPEC names; false when the set has no such name or the PROPSPEC is invalid.
+    bool idOf(const PROPSPEC& which, PROPID& id) const;
 
     StgReference<StgStorage> storage_;
     std::shared_ptr<const StgPropertySetStream> stream_;

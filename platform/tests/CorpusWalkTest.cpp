@@ -271,12 +271,12 @@ void checkSet(IPropertyStorage* set, const FMTID& fmtid, const json& section) {
     EXPECT_EQ(listed, expected);
 
     for (const json& property : section["properties"]) {
-        PROPSPEC spec;
-        spec.ulKind = PRSPEC_PROPID;
-        spec.propid = property["id"];
+        PROPSPEC which;
+        which.ulKind = PRSPEC_PROPID;
+        which.propid = property["id"];
         PROPVARIANT value;
-        EXPECT_EQ(set->ReadMultiple(1, &spec, &value), S_OK) << spec.propid;
-        EXPECT_EQ(difference(value, property), "") << "property " << spec.propid;
+        EXPECT_EQ(set->ReadMultiple(1, &which, &value), S_OK) << which.propid;
+        EXPECT_EQ(difference(value, property), "") << "property " << which.propid;
         PropVariantClear(&value);
     }
     for (const auto& entry : dictionary.items()) {
@@ -290,11 +290,11 @@ void checkSet(IPropertyStorage* set, const FMTID& fmtid, const json& section) {
         std::string other = entry.value();
         for (char& c : other) c = static_cast<char>(std::islower(static_cast<unsigned char>(c)) ? std::toupper(c) : std::tolower(c));
         std::vector<WCHAR> text = stgtest::wide(other);
-        PROPSPEC spec;
-        spec.ulKind = PRSPEC_LPWSTR;
-        spec.lpwstr = text.data();
+        PROPSPEC which;
+        which.ulKind = PRSPEC_LPWSTR;
+        which.lpwstr = text.data();
         PROPVARIANT value;
-        EXPECT_EQ(set->ReadMultiple(1, &spec, &value), S_OK) << other;
+        EXPECT_EQ(set->ReadMultiple(1, &which, &value), S_OK) << other;
         EXPECT_EQ(value.vt, expected[id].first) << other;
         PropVariantClear(&value);
     }

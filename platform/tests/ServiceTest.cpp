@@ -36,11 +36,11 @@ std::vector<uint8_t> fileWithSet(uint16_t codePage, const std::vector<Bytes>& va
 }
 
 PROPVARIANT read(IPropertyStorage* set, PROPID id) {
-    PROPSPEC spec;
-    spec.ulKind = PRSPEC_PROPID;
-    spec.propid = id;
+    PROPSPEC which;
+    which.ulKind = PRSPEC_PROPID;
+    which.propid = id;
     PROPVARIANT value;
-    EXPECT_EQ(set->ReadMultiple(1, &spec, &value), S_OK) << id;
+    EXPECT_EQ(set->ReadMultiple(1, &which, &value), S_OK) << id;
     return value;
 }
 

@@ -205,7 +205,7 @@ TEST(StgStatusCodes, PropertySetsAndProperties) {
     ASSERT_EQ(sets->Open(base32, 0x10, set.out()), S_OK);
     ASSERT_EQ(sets->Open(FMTID_UserDefinedProperties, 0x10, set.out()), S_OK);
 
-    auto byId = [](PROPID id) { PROPSPEC spec; spec.ulKind = PRSPEC_PROPID; spec.propid = id; return spec; };
+    auto byId = [](PROPID id) { PROPSPEC which; which.ulKind = PRSPEC_PROPID; which.propid = id; return which; };
     std::vector<WCHAR> otherCase = wide("nAMED");
     std::vector<WCHAR> missingName = wide("Absent");
     PROPSPEC byName;
@@ -214,7 +214,7 @@ TEST(StgStatusCodes, PropertySetsAndProperties) {
     PROPSPEC byMissingName = byName;
     byMissingName.lpwstr = missingName.data();
     struct Case {
-        std::vector<PROPSPEC> specs;
+        std::vector<PROPSPEC> whichOnes;
         HRESULT status;
         std::vector<VARTYPE> types;
     } cases[] = {
@@ -226,8 +226,8 @@ TEST(StgStatusCodes, PropertySetsAndProperties) {
         {{}, S_FALSE, {}},
     };
     for (const Case& c : cases) {
-        std::vector<PROPVARIANT> values(c.specs.size() + 1);
-        EXPECT_EQ(set->ReadMultiple(static_cast<ULONG>(c.specs.size()), c.specs.data(), values.data()), c.status);
+        std::vector<PROPVARIANT> values(c.whichOnes.size() + 1);
+        EXPECT_EQ(set->ReadMultiple(static_cast<ULONG>(c.whichOnes.size()), c.whichOnes.data(), values.data()), c.status);
         for (size_t i = 0; i < c.types.size(); ++i) {
             EXPECT_EQ(values[i].vt, c.types[i]);
             PropVariantClear(&values[i]);
@@ -243,9 +243,9 @@ TEST(StgStatusCodes, PropertySetsAndProperties) {
     EXPECT_EQ(names[0], nullptr);
     CoTaskMemFree(names[2]);
     PROPVARIANT value;
-    const PROPSPEC spec = byId(2);
-    EXPECT_EQ(set->WriteMultiple(1, &spec, &value, 2), STG_E_ACCESSDENIED);
-    EXPECT_EQ(set->DeleteMultiple(1, &spec), STG_E_ACCESSDENIED);
+    const PROPSPEC which = byId(2);
+    EXPECT_EQ(set->WriteMultiple(1, &which, &value, 2), STG_E_ACCESSDENIED);
+    EXPECT_EQ(set->DeleteMultiple(1, &which), STG_E_ACCESSDENIED);
 }
 
 TEST(StgStatusCodes, GuidText) {

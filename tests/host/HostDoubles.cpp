@@ -205,13 +205,13 @@ FakeStorage::~FakeStorage() {
     for (FakeElements* elements : enumerators) delete elements;
 }
 
-HRESULT FakeSet::ReadMultiple(ULONG count, const PROPSPEC specs[], PROPVARIANT values[]) {
+HRESULT FakeSet::ReadMultiple(ULONG count, const PROPSPEC whichOnes[], PROPVARIANT values[]) {
     if (count != 1) return E_INVALIDARG;
     if (failReads) return STG_E_ACCESSDENIED;
     for (const FakeProperty& property : properties) {
-        const bool byId = specs[0].ulKind == PRSPEC_PROPID && specs[0].propid == property.id;
-        const bool byName = specs[0].ulKind == PRSPEC_LPWSTR && !property.name.empty() &&
-                            property.name == reinterpret_cast<const char16_t*>(specs[0].lpwstr);
+        const bool byId = whichOnes[0].ulKind == PRSPEC_PROPID && whichOnes[0].propid == property.id;
+        const bool byName = whichOnes[0].ulKind == PRSPEC_LPWSTR && !property.name.empty() &&
+                            property.name == reinterpret_cast<const char16_t*>(whichOnes[0].lpwstr);
         if (!byId && !byName) continue;
         fillValue(property, values[0]);
         return S_OK;

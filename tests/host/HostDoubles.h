@@ -161,7 +161,7 @@ struct FakeProperty {
 
 class FakeSet : public Counted<IPropertyStorage> {
 public:
-    HRESULT STDMETHODCALLTYPE ReadMultiple(ULONG count, const PROPSPEC specs[], PROPVARIANT values[]) override;
+    HRESULT STDMETHODCALLTYPE ReadMultiple(ULONG count, const PROPSPEC whichOnes[], PROPVARIANT values[]) override;
     HRESULT STDMETHODCALLTYPE WriteMultiple(ULONG, const PROPSPEC[], const PROPVARIANT[], PROPID) override {
         return E_NOTIMPL;
     }

@@ -17,7 +17,7 @@ enum Option : unsigned {
     kLength = 32,
 };
 
-struct CommandSpec {
+struct CommandRules {
     const char* name;
     unsigned options;
     size_t minOperands;
@@ -27,7 +27,7 @@ struct CommandSpec {
 
 constexpr size_t kAny = static_cast<size_t>(-1);
 
-const CommandSpec kCommands[] = {
+const CommandRules kCommands[] = {
     {"tree", kJson | kLong | kStrict, 1, 1, "missing FILE"},
     {"cat", kForce | kStrict, 2, kAny, "missing FILE or PATH"},
     {"dump", kOffset | kLength | kStrict, 2, kAny, "missing FILE or PATH"},
@@ -36,9 +36,9 @@ const CommandSpec kCommands[] = {
     {"info", kJson | kStrict, 1, 1, "missing FILE"},
 };
 
-const CommandSpec* findCommand(const std::string& name) {
-    for (const CommandSpec& spec : kCommands)
-        if (name == spec.name) return &spec;
+const CommandRules* findCommand(const std::string& name) {
+    for (const CommandRules& command : kCommands)
+        if (name == command.name) return &command;
     return nullptr;
 }
 
@@ -64,8 +64,8 @@ public:
         if (invocation_.toolHelp || invocation_.version) return true;
         if (index_ >= arguments_.size()) return fail("missing command");
         invocation_.command = arguments_[index_++];
-        spec_ = findCommand(invocation_.command);
-        if (spec_ == nullptr) {
+        rules_ = findCommand(invocation_.command);
+        if (rules_ == nullptr) {
             const std::string command = invocation_.command;
             invocation_.command.clear();
             return fail("unknown command '" + command + "'");
@@ -73,8 +73,8 @@ public:
         if (!parseCommandArguments()) return false;
         if (invocation_.commandHelp) return true;
         const size_t count = invocation_.operands.size();
-        if (count < spec_->minOperands) return fail(spec_->missing);
-        if (count > spec_->maxOperands) return fail("too many arguments");
+        if (count < rules_->minOperands) return fail(rules_->missing);
+        if (count > rules_->maxOperands) return fail("too many arguments");
         return true;
     }
 
@@ -131,7 +131,7 @@ private:
                                       {"--strict", kStrict, &Invocation::strict}, {"--force", kForce, &Invocation::force}};
         for (const Flag& flag : kFlags) {
             if (name != flag.name) continue;
-            if (!(spec_->options & flag.option)) return fail(std::string(flag.name) + " is not an option of " + spec_->name);
+            if (!(rules_->options & flag.option)) return fail(std::string(flag.name) + " is not an option of " + rules_->name);
             if (equals != std::string::npos) return fail(std::string(flag.name) + " takes no value");
             invocation_.*(flag.field) = true;
             return true;
@@ -142,7 +142,7 @@ private:
 
     bool parseCountOption(const std::string& argument, const std::string& name, size_t equals) {
         const Option option = name == "--offset" ? kOffset : kLength;
-        if (!(spec_->options & option)) return fail(name + " is not an option of " + spec_->name);
+        if (!(rules_->options & option)) return fail(name + " is not an option of " + rules_->name);
         std::string text;
         if (equals != std::string::npos) text = argument.substr(equals + 1);
         else if (index_ + 1 < arguments_.size()) text = arguments_[++index_];
@@ -160,7 +160,7 @@ private:
     const std::vector<std::string>& arguments_;
     Invocation& invocation_;
     std::string& error_;
-    const CommandSpec* spec_ = nullptr;
+    const CommandRules* rules_ = nullptr;
     size_t index_ = 0;
 };
 

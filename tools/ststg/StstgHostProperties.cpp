@@ -51,13 +51,13 @@ void addHumanForm(IPropertyStorage* set, const std::string& id, PropertyRow& row
     const bool codePage = row.id == kCodePageId && row.type == ValueTypeInteger && row.value.ToUtf8().rfind('-', 0) == 0;
     const bool editTime = isEditTime(id, row.id) && row.type == ValueTypeDate;
     if (!unconverted && !codePage && !editTime) return;
-    PROPSPEC spec;
-    std::memset(&spec, 0, sizeof spec);
-    spec.ulKind = PRSPEC_PROPID;
-    spec.propid = row.id;
+    PROPSPEC which;
+    std::memset(&which, 0, sizeof which);
+    which.ulKind = PRSPEC_PROPID;
+    which.propid = row.id;
     PROPVARIANT value;
     std::memset(&value, 0, sizeof value);
-    if (set->ReadMultiple(1, &spec, &value) != S_OK) return;
+    if (set->ReadMultiple(1, &which, &value) != S_OK) return;
     if (unconverted) {
         humanValue(value, row.displayText, row.displayJson);
     } else {

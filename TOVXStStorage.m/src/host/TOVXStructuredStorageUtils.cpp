@@ -80,11 +80,11 @@ TOVXString formatValue(const PROPVARIANT& value, int& valueType) {
 }
 
 // Reads one value of `set` into text and type; the platform's memory is given back.
-TOVXResult readValue(IPropertyStorage* set, const PROPSPEC& spec, TOVXString& value, int& valueType) {
+TOVXResult readValue(IPropertyStorage* set, const PROPSPEC& which, TOVXString& value, int& valueType) {
     TOVXResult result(TOVX_E_FAIL);
     PROPVARIANT variant;
     std::memset(&variant, 0, sizeof variant);
-    const HRESULT code = set->ReadMultiple(1, &spec, &variant);
+    const HRESULT code = set->ReadMultiple(1, &which, &variant);
     // S_FALSE: the set has no such property.
     if (SUCCEEDED(code) && code != S_FALSE)
         result = TOVXStructuredStorageUtils::ConvertValueToString(variant, value, valueType);
@@ -235,11 +235,11 @@ TOVXResult TOVXStructuredStorageUtils::GetValueWithId(int propertyId, IPropertyS
     if (set == nullptr) return TOVXResult(TOVX_E_NULL_POINTER);
     valueType = ValueTypeNotFound;
     value = TOVXString();
-    PROPSPEC spec;
-    std::memset(&spec, 0, sizeof spec);
-    spec.ulKind = PRSPEC_PROPID;
-    spec.propid = static_cast<PROPID>(propertyId);
-    return readValue(set, spec, value, valueType);
+    PROPSPEC which;
+    std::memset(&which, 0, sizeof which);
+    which.ulKind = PRSPEC_PROPID;
+    which.propid = static_cast<PROPID>(propertyId);
+    return readValue(set, which, value, valueType);
 }
 
 TOVXResult TOVXStructuredStorageUtils::GetValueWithName(const TOVXString& name, IPropertyStorage* set,
@@ -253,11 +253,11 @@ TOVXResult TOVXStructuredStorageUtils::GetValueWithName(const TOVXString& name, 
         if (wide != nullptr) TOVXReleaseWideChars(wide);
         return converted;
     }
-    PROPSPEC spec;
-    std::memset(&spec, 0, sizeof spec);
-    spec.ulKind = PRSPEC_LPWSTR;
-    spec.lpwstr = reinterpret_cast<LPOLESTR>(wide);
-    const TOVXResult result = readValue(set, spec, value, valueType);
+    PROPSPEC which;
+    std::memset(&which, 0, sizeof which);
+    which.ulKind = PRSPEC_LPWSTR;
+    which.lpwstr = reinterpret_cast<LPOLESTR>(wide);
+    const TOVXResult result = readValue(set, which, value, valueType);
     TOVXReleaseWideChars(wide);
     return result;
 } catch (...) {
