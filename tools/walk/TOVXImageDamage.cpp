@@ -57,9 +57,6 @@ uint32_t TOVXImageDamage::heldBytes(const TOVStStorageDirEntry& entry) const {
     return heldOfFatChain(entry.getStartSect(), entry.getSize());
 }
 
-// A FAT chain as the library follows it: the start sector, then each link up to a special
-// value, a link back to a sector met before, a sector outside the table (read, and the
-// last) or the file's sector count. What lies past the file's end is not held.
 namespace {
 
 // The sectors a chain walk has met, all below `tableSize`: the first few in a list searched
@@ -104,20 +101,21 @@ private:
     std::vector<bool> bits_;
 };
 
-}  // namespace
-
-uint32_t TOVXImageDamage::heldOfFatChain(uint32_t start, uint32_t size) const {
-    if (size == 0 || isSpecialSector(start)) return 0;
-    const TOVXDynamicArray<unsigned int>& table = image_->fatTable();
+// How many of a stream's `size` bytes its chain holds, walked as the library walks it: the
+// start sector, then each link up to a special value, a link back to a sector met before, a
+// sector outside the table (read, and the last) or `limit` sectors. Bytes at or past `end`
+// are not held. `unit` is the sector size, `positionOf` a sector's position.
+template <typename PositionOf>
+uint32_t heldOfChain(const TOVXDynamicArray<unsigned int>& table, uint32_t start, uint32_t size, uint32_t unit,
+                     uint32_t limit, uint64_t end, PositionOf positionOf) {
+    if (size == 0 || isSpecialSector(start) || unit == 0) return 0;
     const uint32_t tableSize = static_cast<uint32_t>(table.Count());
-    const uint32_t sectorSize = image_->sectorSize();
     SectorsMet visited(tableSize);
     uint32_t held = 0;
     uint32_t current = start;
-    for (uint32_t remaining = image_->fileSectorCount(); remaining > 0; --remaining) {
-        const uint32_t wanted = std::min(sectorSize, size - held);
-        const uint64_t position = image_->getEquivalentFatBytePos(current);
-        const uint64_t end = std::min(fileBytes_, kLargestPosition + 1);
+    for (uint32_t remaining = limit; remaining > 0; --remaining) {
+        const uint32_t wanted = std::min(unit, size - held);
+        const uint64_t position = positionOf(current);
         if (position + wanted > end) return held + static_cast<uint32_t>(position < end ? end - position : 0);
         held += wanted;
         if (held >= size || current >= tableSize) break;
@@ -129,45 +127,34 @@ uint32_t TOVXImageDamage::heldOfFatChain(uint32_t start, uint32_t size) const {
     return held;
 }
 
-// A mini chain as the library follows it, to a special value, a sector outside the table
-// or the file's size in mini sectors. The library walks a loop again until the size is
-// used up, so it gives bytes, but from the loop on they are not the stream's: the stream
-// is held up to where the chain comes back to a sector. What lies past the held mini
-// stream is not held.
+}  // namespace
+
+// What lies past the file's end, or past the position limit, is not held.
+uint32_t TOVXImageDamage::heldOfFatChain(uint32_t start, uint32_t size) const {
+    return heldOfChain(image_->fatTable(), start, size, image_->sectorSize(), image_->fileSectorCount(),
+                       std::min(fileBytes_, kLargestPosition + 1),
+                       [this](uint32_t sector) -> uint64_t { return image_->getEquivalentFatBytePos(sector); });
+}
+
+// The library walks a looping mini chain again until the size is used up, so it gives bytes,
+// but from the loop on they are not the stream's: the stream is held up to where the chain
+// comes back to a sector. What lies past the held mini stream is not held.
 uint32_t TOVXImageDamage::heldOfMiniChain(uint32_t start, uint32_t size) const {
     const uint32_t miniSectorSize = image_->getEquivalentMiniFatBytePos(1) - image_->getEquivalentMiniFatBytePos(0);
-    if (size == 0 || isSpecialSector(start) || miniSectorSize == 0) return 0;
-    const TOVXDynamicArray<unsigned int>& table = image_->miniFatTable();
-    const uint32_t tableSize = static_cast<uint32_t>(table.Count());
-    SectorsMet visited(tableSize);
-    uint32_t held = 0;
-    uint32_t current = start;
-    for (uint32_t remaining = image_->fileMiniSectorCount(); remaining > 0; --remaining) {
-        const uint32_t wanted = std::min(miniSectorSize, size - held);
-        const uint64_t position = image_->getEquivalentMiniFatBytePos(current);
-        if (position + wanted > miniStreamHeld_)
-            return held + static_cast<uint32_t>(position < miniStreamHeld_ ? miniStreamHeld_ - position : 0);
-        held += wanted;
-        if (held >= size || current >= tableSize) break;
-        visited.insert(current);
-        const uint32_t next = *table.At(static_cast<int>(current));
-        if (isSpecialSector(next) || visited.contains(next)) break;
-        current = next;
-    }
-    return held;
+    return heldOfChain(image_->miniFatTable(), start, size, miniSectorSize, image_->fileMiniSectorCount(), miniStreamHeld_,
+                       [this](uint32_t sector) -> uint64_t { return image_->getEquivalentMiniFatBytePos(sector); });
 }
 
 // Where the last sector of a table's FAT chain ends, at most `count` sectors of it (0 for none).
 uint64_t TOVXImageDamage::endOfChain(uint32_t start, uint32_t count) const {
     const TOVXDynamicArray<unsigned int>& table = image_->fatTable();
     const uint32_t tableSize = static_cast<uint32_t>(table.Count());
-    std::vector<bool> visited;  // grows with the largest sector met, not with the table
+    SectorsMet visited(tableSize);
     uint64_t end = 0;
     for (uint32_t sector = start; count > 0 && !isSpecialSector(sector); --count) {
         end = std::max(end, (static_cast<uint64_t>(sector) + 2) * sectorSize_);  // sector n lies at (n + 1) sectors
-        if (sector >= tableSize || (sector < visited.size() && visited[sector])) break;
-        if (sector >= visited.size()) visited.resize(std::max<size_t>(size_t(sector) + 1, 2 * visited.size()), false);
-        visited[sector] = true;
+        if (sector >= tableSize || visited.contains(sector)) break;
+        visited.insert(sector);
         sector = *table.At(static_cast<int>(sector));
     }
     return end;
