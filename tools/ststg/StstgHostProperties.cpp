@@ -22,19 +22,6 @@ using Utils = TOVXStructuredStorageUtils;
 const unsigned char kUserDefinedId[16] = {0xD5, 0xCD, 0xD5, 0x05, 0x2E, 0x9C, 0x10, 0x1B,
                                           0x93, 0x97, 0x08, 0x00, 0x2B, 0x2C, 0xF9, 0xAE};
 
-std::string valueKind(int type) {
-    switch (type) {
-        case ValueTypeNotFound: return "empty";  // VT_EMPTY, or a value the service could not read
-        case ValueTypeUnknown: return "unconverted";
-        case ValueTypeText: return "text";
-        case ValueTypeInteger: return "integer";
-        case ValueTypeFloat: return "float";
-        case ValueTypeBoolean: return "boolean";
-        case ValueTypeDate: return "date";
-        default: return "type " + std::to_string(type);
-    }
-}
-
 // The set's format id, from the service's Stat of the set; empty when Stat fails.
 std::string setId(IPropertyStorage* set) {
     STATPROPSETSTG status;
@@ -81,7 +68,7 @@ PropertySetView viewOf(IPropertyStorage* set) {
         PropertyRow row;
         row.id = property->GetID();
         property->GetData(row.name, row.value, row.type);
-        row.kindWord = valueKind(row.type);
+        row.kindWord = valueKindWord(row.type, "empty");
         row.label = wellKnownLabel(view.id, row.id);
         addHumanForm(set, view.id, row);
         view.rows.push_back(row);

@@ -4,6 +4,7 @@
 
 #include "StstgInput.h"
 #include "StstgPipe.h"
+#include "StstgPropertyLabels.h"
 #include "StstgRoad.h"
 #include "StstgText.h"
 #include "TOVIPropertySetStorage.h"
@@ -42,19 +43,6 @@ StreamRead converted(const TOVXStreamRead& read) {
     return out;
 }
 
-std::string valueKind(int type) {
-    switch (type) {
-        case ValueTypeNotFound: return "not found";
-        case ValueTypeUnknown: return "unconverted";
-        case ValueTypeText: return "text";
-        case ValueTypeInteger: return "integer";
-        case ValueTypeFloat: return "float";
-        case ValueTypeBoolean: return "boolean";
-        case ValueTypeDate: return "date";
-        default: return "type " + std::to_string(type);
-    }
-}
-
 bool allZero(const unsigned char* bytes) {
     for (int i = 0; i < 16; ++i)
         if (bytes[i] != 0) return false;
@@ -91,7 +79,7 @@ PropertySetView viewOf(TOVIPropertyStorage& set) {
         row.name = property->GetPropertyName();
         row.type = static_cast<int>(property->GetValueType());
         row.value = property->GetValue();
-        row.kindWord = valueKind(row.type);
+        row.kindWord = valueKindWord(row.type, "not found");
         view.rows.push_back(row);
     }
     return view;

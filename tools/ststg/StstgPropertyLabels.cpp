@@ -3,6 +3,8 @@
 #include <cstdio>
 #include <cstring>
 
+#include "TOVXProperty.h"
+
 namespace ststg {
 
 namespace {
@@ -95,6 +97,19 @@ TOVXString propertySetStreamName(const std::string& setId) {
         name += kNameAlphabet[value];
     }
     return TOVXString::FromUtf8(name);
+}
+
+std::string valueKindWord(int type, const char* notFound) {
+    switch (type) {
+        case ValueTypeNotFound: return notFound;
+        case ValueTypeUnknown: return "unconverted";
+        case ValueTypeText: return "text";
+        case ValueTypeInteger: return "integer";
+        case ValueTypeFloat: return "float";
+        case ValueTypeBoolean: return "boolean";
+        case ValueTypeDate: return "date";
+        default: return "type " + std::to_string(type);
+    }
 }
 
 }  // namespace ststg

@@ -18,6 +18,11 @@ constexpr uint32_t kCodePageId = 1;
 // empty for any other.
 std::string wellKnownLabel(const std::string& setId, uint32_t id);
 
+// The word for a value's kind (TOVXProperty's ValueType), as the JSON's `kind` gives it. A
+// value that is not there is `notFound`: "not found" on the native road, "empty" on the host
+// road, where it is VT_EMPTY or a value the service could not read.
+std::string valueKindWord(int type, const char* notFound);
+
 // True for the summary set's EditTime, a FILETIME that holds a duration.
 bool isEditTime(const std::string& setId, uint32_t id);
 
