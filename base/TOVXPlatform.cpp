@@ -30,15 +30,6 @@ std::wstring wideFromUtf8(const std::string& text) {
     return wide;
 }
 
-std::string utf8FromWide(const wchar_t* text) {
-    const int bytes = WideCharToMultiByte(CP_UTF8, 0, text, -1, nullptr, 0, nullptr, nullptr);
-    if (bytes <= 1) return std::string();
-    std::string narrow(static_cast<size_t>(bytes), '\0');
-    WideCharToMultiByte(CP_UTF8, 0, text, -1, &narrow[0], bytes, nullptr, nullptr);
-    narrow.pop_back();  // the terminator that the count included
-    return narrow;
-}
-
 #else
 
 std::string temporaryFolder() {
@@ -197,6 +188,17 @@ void decodeWith(iconv_t converter, const unsigned char* bytes, size_t length, st
 #endif
 
 }  // namespace
+
+#ifdef _WIN32
+std::string utf8FromWide(const wchar_t* text) {
+    const int bytes = WideCharToMultiByte(CP_UTF8, 0, text, -1, nullptr, 0, nullptr, nullptr);
+    if (bytes <= 1) return std::string();
+    std::string narrow(static_cast<size_t>(bytes), '\0');
+    WideCharToMultiByte(CP_UTF8, 0, text, -1, &narrow[0], bytes, nullptr, nullptr);
+    narrow.pop_back();  // the terminator that the count included
+    return narrow;
+}
+#endif
 
 FILE* openFile(const std::string& utf8Path, const char* mode) {
 #ifdef _WIN32

@@ -49,6 +49,11 @@ std::string createTemporaryFile();
 // UTF-32 pages). Windows converts with MultiByteToWideChar, elsewhere the C library's iconv.
 bool decodeCodePage(const unsigned char* bytes, size_t count, unsigned int codePage, std::u16string& out);
 
+#ifdef _WIN32
+// UTF-8 of a zero-ended UTF-16 text of the system's (a path, an argument); empty for none.
+std::string utf8FromWide(const wchar_t* text);
+#endif
+
 }  // namespace tovxplatform
 
 #endif

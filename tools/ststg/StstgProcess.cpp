@@ -3,13 +3,7 @@
 #include <cstdio>
 
 #ifdef _WIN32
-#ifndef NOMINMAX
-#define NOMINMAX
-#endif
-#ifndef WIN32_LEAN_AND_MEAN
-#define WIN32_LEAN_AND_MEAN
-#endif
-#include <windows.h>  // before shellapi.h, which builds on its types
+#include "TOVXPlatform.h"  // <windows.h>, before shellapi.h, which builds on its types
 
 #include <fcntl.h>
 #include <io.h>
@@ -20,19 +14,6 @@ namespace ststg {
 
 #ifdef _WIN32
 
-namespace {
-
-std::string utf8FromWide(const wchar_t* text) {
-    const int bytes = WideCharToMultiByte(CP_UTF8, 0, text, -1, nullptr, 0, nullptr, nullptr);
-    if (bytes <= 1) return std::string();
-    std::string narrow(static_cast<size_t>(bytes), '\0');
-    WideCharToMultiByte(CP_UTF8, 0, text, -1, &narrow[0], bytes, nullptr, nullptr);
-    narrow.pop_back();  // the terminator that the count included
-    return narrow;
-}
-
-}  // namespace
-
 std::vector<std::string> commandLineArguments(int argc, char** argv) {
     int count = 0;
     wchar_t** wide = CommandLineToArgvW(GetCommandLineW(), &count);
@@ -41,7 +22,7 @@ std::vector<std::string> commandLineArguments(int argc, char** argv) {
         for (int i = 1; i < argc; ++i) arguments.emplace_back(argv[i]);
         return arguments;
     }
-    for (int i = 1; i < count; ++i) arguments.push_back(utf8FromWide(wide[i]));
+    for (int i = 1; i < count; ++i) arguments.push_back(tovxplatform::utf8FromWide(wide[i]));
     LocalFree(wide);
     return arguments;
 }

@@ -2,13 +2,7 @@
 // folder or a file would go is refused, or with --force removed itself, never gone through.
 #include "StstgSafeFolder.h"
 
-#ifndef NOMINMAX
-#define NOMINMAX
-#endif
-#ifndef WIN32_LEAN_AND_MEAN
-#define WIN32_LEAN_AND_MEAN
-#endif
-#include <windows.h>
+#include "TOVXPlatform.h"  // <windows.h>
 
 #include <system_error>
 
