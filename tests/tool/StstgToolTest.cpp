@@ -348,16 +348,15 @@ TEST(StstgHelp, DescribesEveryCommandAndFlagAndPrintsTheVersion) {
         EXPECT_TRUE(contains(help.out, word)) << word;
         EXPECT_TRUE(contains(readme, word)) << word << " is not in the README";
     }
-    // Help goes to standard output and succeeds on either road, also behind a command's arguments.
-    for (const std::string road : {"", "--native"})
-        for (const Arguments& arguments : {Arguments{"-h"}, {"tree", "--help"}, {"cat", "--help"}, {"dump", "--help"},
-                                           {"extract", "x", "--help"}, {"props", "--help"}, {"info", "--help"}}) {
-            const Outcome outcome = runStstg(with(road, arguments));
-            EXPECT_EQ(outcome.code, 0) << road << arguments[0];
-            EXPECT_EQ(outcome.err, "") << road << arguments[0];
-            const std::string usage = arguments.size() == 1 ? "Usage: ststg" : "Usage: ststg " + arguments[0];
-            EXPECT_EQ(outcome.out.rfind(usage, 0), 0u) << road << outcome.out;
-        }
+    // Help goes to standard output and succeeds, also behind a command's arguments.
+    for (const Arguments& arguments : {Arguments{"-h"}, {"tree", "--help"}, {"cat", "--help"}, {"dump", "--help"},
+                                       {"extract", "x", "--help"}, {"props", "--help"}, {"info", "--help"}}) {
+        const Outcome outcome = runStstg(arguments);
+        EXPECT_EQ(outcome.code, 0) << arguments[0];
+        EXPECT_EQ(outcome.err, "") << arguments[0];
+        const std::string usage = arguments.size() == 1 ? "Usage: ststg" : "Usage: ststg " + arguments[0];
+        EXPECT_EQ(outcome.out.rfind(usage, 0), 0u) << outcome.out;
+    }
     for (const std::string option : {"--version", "-V"})
         EXPECT_EQ(runStstg({option}).out, "ststg (TOVXStStorage) " TOVX_PROJECT_VERSION "\n");
 }
