@@ -93,15 +93,6 @@ TEST(StstgExitCodes, UsageErrorsGiveTwoAndPointToHelp) {
     }
 }
 
-TEST(StstgHelp, ToolAndEveryCommandHaveHelpOnStandardOutput) {
-    for (const Arguments& arguments : {Arguments{"--help"}, {"-h"}, {"tree", "--help"}, {"cat", "--help"}, {"extract", "x", "--help"}, {"props", "--help"}}) {
-        const Outcome outcome = runTool(arguments);
-        EXPECT_EQ(outcome.code, 0);
-        EXPECT_EQ(outcome.out.rfind("Usage: ststg", 0), 0u) << outcome.out;
-        EXPECT_EQ(outcome.err, "");
-    }
-}
-
 TEST(StstgCat, WritesTheStreamANamePathReachesOrSaysWhyNot) {
     ScratchFile file(sampleFile());
     struct Case { Arguments names; int code; std::string outOrMessage; };

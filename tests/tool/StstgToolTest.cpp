@@ -18,6 +18,7 @@
 #include <vector>
 
 #include "CfbBuilder.h"
+#include "HostileFiles.h"
 #include "PropertyStreamBuilder.h"
 #include "StstgCommands.h"
 #include "TOVXString.h"
@@ -32,7 +33,7 @@ namespace {
 
 // A name above U+00FF; the library's own reader keeps the low byte of each unit: "\u00A9mega".
 const std::u16string kOmega = u"\u03A9mega";
-const Bytes kSummaryId = {0xE0, 0x85, 0x9F, 0xF2, 0xF9, 0x4F, 0x68, 0x10, 0xAB, 0x91, 0x08, 0x00, 0x2B, 0x27, 0xB3, 0xD9};
+const Bytes& kSummaryId = summaryFormatId();
 const Bytes kDocumentSummaryId = {0x02, 0xD5, 0xCD, 0xD5, 0x9C, 0x2E, 0x1B, 0x10, 0x93, 0x97, 0x08, 0x00, 0x2B, 0x2C, 0xF9, 0xAE};
 const Bytes kUtf8CodePage = typed(2, concat({le16(65001), le16(0)}));  // stored as the VT_I2 -535
 
@@ -347,8 +348,15 @@ TEST(StstgHelp, DescribesEveryCommandAndFlagAndPrintsTheVersion) {
         EXPECT_TRUE(contains(help.out, word)) << word;
         EXPECT_TRUE(contains(readme, word)) << word << " is not in the README";
     }
-    for (const std::string command : {"tree", "cat", "dump", "extract", "props", "info"})
-        EXPECT_EQ(runStstg({command, "--help"}).out.rfind("Usage: ststg " + command, 0), 0u) << command;
+    // Help goes to standard output and succeeds, also behind a command's arguments.
+    for (const Arguments& arguments : {Arguments{"-h"}, {"tree", "--help"}, {"cat", "--help"}, {"dump", "--help"},
+                                       {"extract", "x", "--help"}, {"props", "--help"}, {"info", "--help"}}) {
+        const Outcome outcome = runStstg(arguments);
+        EXPECT_EQ(outcome.code, 0) << arguments[0];
+        EXPECT_EQ(outcome.err, "") << arguments[0];
+        const std::string usage = arguments.size() == 1 ? "Usage: ststg" : "Usage: ststg " + arguments[0];
+        EXPECT_EQ(outcome.out.rfind(usage, 0), 0u) << outcome.out;
+    }
     for (const std::string option : {"--version", "-V"})
         EXPECT_EQ(runStstg({option}).out, "ststg (TOVXStStorage) " TOVX_PROJECT_VERSION "\n");
 }
